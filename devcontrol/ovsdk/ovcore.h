@@ -1,0 +1,307 @@
+// Core host interfaces: the host itself, its settings, menus, devices, data manager,
+// file types and filters. Every operation returns 0 on success or a negative code,
+// unless its result is a value.
+#pragma once
+
+#include "ovvalues.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ov {
+
+class IDev;
+class IDevMpx;
+class IMpxFrame;
+class IData;
+class IParamMgr;
+class IMenuItem;
+class IFileType;
+class IDataFilter;
+
+// Event callback: eventData depends on the event, userData is the pointer given at
+// registration.
+using EventCallback = void (*)(long eventData, long userData);
+// Log callback: level (see LogLevel), text, the pointer given at registration.
+using LogCallback = void (*)(unsigned level, const char* text, long userData);
+// Function run by the host on its GUI thread.
+using UiThreadFunc = void (*)(unsigned long arg);
+
+enum LogLevel : unsigned {
+    LogDebug = 0,
+    LogInfo = 1,
+    LogWarning = 2,
+    LogError = 3,
+};
+
+// The 24-byte device information record filled by IDev::deviceInfo.
+struct DevInfo
+{
+    char ifaceName[8];   // byte 0: interface word of the device name ("kalbar"), NUL-padded
+    uint32_t kind;       // byte 8: 22 = education device, 4 = no "t3r" file type
+    uint32_t reserved12; // byte 12
+    uint32_t serial;     // byte 16
+    uint32_t reserved20; // byte 20
+};
+static_assert(sizeof(DevInfo) == 24, "DevInfo is a 24-byte record");
+static_assert(offsetof(DevInfo, kind) == 8, "kind at byte 8");
+static_assert(offsetof(DevInfo, serial) == 16, "serial at byte 16");
+
+class IRefCounted
+{
+public:
+    virtual int incRef() = 0;
+    virtual int decRef() = 0;
+
+protected:
+    ~IRefCounted() = default;
+};
+
+class ISettings
+{
+public:
+    virtual int load() = 0;
+    virtual int save() = 0;
+    virtual int setString(const char* section, const char* key, const char* value) = 0;
+    virtual int setInt(const char* section, const char* key, int value) = 0;
+    virtual int setDouble(const char* section, const char* key, double value) = 0;
+    virtual int setBool(const char* section, const char* key, bool value) = 0;
+    virtual int getString(const char* section, const char* key, const char* def, IString* out) = 0;
+    virtual int getInt(const char* section, const char* key, int def) = 0;
+    virtual double getDouble(const char* section, const char* key, double def) = 0;
+    virtual bool getBool(const char* section, const char* key, bool def) = 0;
+    virtual void release() = 0;
+
+protected:
+    ~ISettings() = default;
+};
+
+class ICoreSettings
+{
+public:
+    virtual bool getBool(const char* key) = 0;
+    virtual int getString(const char* key, IString* out) = 0;
+
+protected:
+    ~ICoreSettings() = default;
+};
+
+class IMenuItem
+{
+public:
+    virtual bool isSubMenu() const = 0;
+    virtual bool isSeparator() const = 0;
+    virtual const char* title() const = 0;
+    virtual const char* owner() const = 0;
+    virtual void children(PtrList<const IMenuItem*>& out) const = 0;
+    virtual void execute() const = 0;
+
+protected:
+    ~IMenuItem() = default;
+};
+
+class IUiHooks
+{
+public:
+    virtual const IMenuItem* menuRoot() = 0;
+    virtual int runOnUiThread(UiThreadFunc fn, void* arg, int flag = 1) = 0;
+    virtual int registerMenuChanged(EventCallback cb, void* user) = 0;
+
+protected:
+    ~IUiHooks() = default;
+};
+
+// Parameter types reported by IParam::type().
+enum ParamType : int {
+    ParamBool = 0,
+    ParamByte = 1,
+    ParamInt = 2,
+    ParamUInt = 3,
+    ParamDouble = 4,
+    ParamString = 5,
+};
+
+class IParam
+{
+public:
+    virtual const char* name() const = 0;
+    virtual const char* description() const = 0;
+    virtual uint8_t byteValue() const = 0;
+    virtual bool boolValue() const = 0;
+    virtual int stringValue(String& out) const = 0;
+    virtual int setByteValue(uint8_t value) = 0;
+    virtual int setBoolValue(bool value) = 0;
+    virtual int type() const = 0;
+    virtual unsigned flags() const = 0;
+    virtual int intValue() const = 0;
+    virtual double doubleValue() const = 0;
+    virtual int setIntValue(int value) = 0;
+    virtual int setDoubleValue(double value) = 0;
+    virtual int setStringValue(const char* value) = 0;
+    virtual int aliasValue(String& out) const = 0;
+
+    // Narrow-string conveniences.
+    std::string getString() const
+    {
+        String s;
+        stringValue(s);
+        return s.str();
+    }
+    std::string getAliasValue() const
+    {
+        String s;
+        aliasValue(s);
+        return s.str();
+    }
+
+protected:
+    ~IParam() = default;
+};
+
+class IParamMgr
+{
+public:
+    virtual int params(PtrList<IParam*>& out) = 0;
+    virtual IParam* param(const char* name) = 0;
+
+    std::vector<IParam*> params()
+    {
+        PtrList<IParam*> list;
+        params(list);
+        return list.items();
+    }
+
+protected:
+    ~IParamMgr() = default;
+};
+
+class IDev
+{
+public:
+    virtual int deviceType() = 0;
+    virtual int deviceInfo(DevInfo* out) = 0;
+    virtual int registerEvent(const char* eventName, EventCallback cb, void* user) = 0;
+    virtual int registerLogCallback(LogCallback cb, void* user) = 0;
+    virtual int deviceName(String& out) = 0;
+    virtual bool isLocked() = 0;
+    virtual int reconnect() = 0;
+    virtual IParamMgr* paramMgr() = 0;
+    virtual int loadFactoryConfig() = 0;
+    virtual int configFilePath(String& out) = 0;
+    virtual const IMenuItem* deviceMenu() = 0;
+    virtual int statusText(String& out) = 0;
+    virtual int status() = 0;
+    virtual int abortOperation() = 0;
+    virtual int unregisterLogCallback(LogCallback cb, void* user) = 0;
+
+protected:
+    ~IDev() = default;
+};
+
+class IFileType
+{
+public:
+    virtual bool canSaveFrames(int flag) const = 0;
+    virtual bool isMultiFrame() const = 0;
+    virtual int typeCode() const = 0;
+    virtual const char* description() const = 0;
+    virtual const char* extension() const = 0;
+    virtual IParamMgr* params() = 0;
+
+protected:
+    ~IFileType() = default;
+};
+
+class IDataMgr
+{
+public:
+    virtual IMpxFrame* createMpxFrame(unsigned width, unsigned height, int frameDataType) = 0;
+    virtual IData* loadData(IFilePath* path, int index) = 0;
+    virtual int frameCountInFile(IFilePath* path) = 0;
+    virtual int dataCountInFile(IFilePath* path) = 0;
+    virtual int fileTypeIdFromFileName(IFilePath* path) = 0;
+    virtual IFileType* fileTypeFromFileName(IFilePath* path) = 0;
+    virtual IFileType* fileTypeById(int code) = 0;
+    virtual int supportedFileTypes(IDevMpx* dev, PtrList<IFileType*>& out) = 0;
+
+    std::vector<IFileType*> deviceSupportedFileTypes(IDevMpx* dev)
+    {
+        PtrList<IFileType*> list;
+        supportedFileTypes(dev, list);
+        return list.items();
+    }
+
+protected:
+    ~IDataMgr() = default;
+};
+
+class IDataFilter
+{
+public:
+    virtual int filterType() = 0;
+    virtual int filterName(String& out) = 0;
+    virtual bool isSuitable(IMpxFrame* frame) = 0;
+    virtual IMpxFrame* filterFrame(IMpxFrame* frame, unsigned subFrame) = 0;
+    virtual IParamMgr* filterParams() = 0;
+    virtual bool hasOwnDialog() = 0;
+    virtual int showOwnDialog() = 0;
+
+protected:
+    ~IDataFilter() = default;
+};
+
+class IDataFilterGroup : public IDataFilter
+{
+public:
+    virtual int addFilterByName(const char* name) = 0;
+    virtual int clearFilters() = 0;
+
+protected:
+    ~IDataFilterGroup() = default;
+};
+
+class IDataFilterMgr
+{
+public:
+    virtual int addGroup(const char* name) = 0;
+    virtual int removeFilter(IDev* dev, IDataFilter* filter) = 0;
+    virtual int filters(IDev* dev, PtrList<IDataFilter*>& out) = 0;
+
+    std::vector<IDataFilter*> deviceFilters(IDev* dev)
+    {
+        PtrList<IDataFilter*> list;
+        filters(dev, list);
+        return list.items();
+    }
+
+protected:
+    ~IDataFilterMgr() = default;
+};
+
+class IOrvel
+{
+public:
+    virtual int devices(PtrList<IDev*>& out) = 0;
+    virtual ISettings* moduleSettings(const char* module, IDev* dev, int flag = 0) = 0;
+    virtual ICoreSettings* settingsStore() = 0;
+    virtual IDataMgr* dataMgr() = 0;
+    virtual IDataFilterMgr* dataFilterMgr() = 0;
+    virtual int registerEvent(const char* eventName, EventCallback cb, void* user) = 0;
+    virtual int registerLogCallback(LogCallback cb, void* user) = 0;
+    virtual int unregisterLogCallback(LogCallback cb, void* user) = 0;
+    virtual IUiHooks* uiHooks() = 0;
+    virtual int requestExit() = 0;
+
+    std::vector<IDev*> devices()
+    {
+        PtrList<IDev*> list;
+        devices(list);
+        return list.items();
+    }
+
+protected:
+    ~IOrvel() = default;
+};
+
+} // namespace ov
