@@ -386,15 +386,19 @@ public:
     }
     ~SharedPtr() { clear(); }
 
-    void clear()
+    // Not inlined: GCC 12 takes the shared count of several holders, inlined side by
+    // side, for a use after free.
+    [[gnu::noinline]] void clear()
     {
-        if (m_count && --*m_count == 0) {
-            if (m_obj)
-                m_obj->releaseCopy();
-            delete m_count;
-        }
+        T* obj = m_obj;
+        int* count = m_count;
         m_obj = nullptr;
         m_count = nullptr;
+        if (count && --*count == 0) {
+            if (obj)
+                obj->releaseCopy();
+            delete count;
+        }
     }
 
     T* get() const { return m_obj; }

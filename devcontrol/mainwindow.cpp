@@ -1,0 +1,403 @@
+#include "mainwindow.h"
+
+#include "devicekinds.h"
+#include "devview.h"
+#include "devviewfactory.h"
+#include "devviewmotor.h"
+#include "devviewmpx.h"
+#include "qfancytabwidget.h"
+#include "ui_mainwindow.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QScreen>
+#include <QThread>
+
+#include <cstring>
+
+namespace PluginDevControl {
+
+namespace {
+const char* const kDefaultImage = ":/devcontrol/images/unknown";
+}
+
+MainWindow::MainWindow(QWidget* parent, ov::IOrvel* host, bool quit)
+    : QMainWindow(parent), ui(new Ui_MainWindow), orvel(host), quitOnClose(quit)
+{
+    if (orvel) {
+        orvel->registerEvent("NewDevice", &MainWindow::onNewDeviceWrapper, this);
+        orvel->registerEvent("DeviceRemoved", &MainWindow::onDeviceRemovedWrapper, this);
+    }
+
+    ui->setupUi(this);
+    ui->tabWidget->update();
+
+    connect(ui->tabWidget, &QFancyTabWidget::currentChanged, this, &MainWindow::onChange);
+
+    connect(this, &MainWindow::sigShowView, this, &MainWindow::onShowView);
+    // Blocking: onStart returns with every tab in place.
+    connect(this, &MainWindow::sigInitialize, this, &MainWindow::onInitialize,
+        Qt::BlockingQueuedConnection);
+    connect(this, &MainWindow::sigNewDevice, this, &MainWindow::onNewDevice);
+    // Blocking: the host destroys the device as soon as its callback returns.
+    connect(this, &MainWindow::sigDeviceRemoved, this, &MainWindow::onDeviceRemoved,
+        Qt::BlockingQueuedConnection);
+
+    const char* const keys[][2] = {
+        {"kalbar", "kalbar"},
+        {"tornel", "tornel"},
+        {"dummy", "dummy"},
+        {"usb", "usb"},
+        {"lite", "usb"},
+        {"sparrel", "sparrel"},
+        {"quillet", "sparrel"},
+        {"hanvik", "hanvik"},
+        {"zoltin", "zoltin"},
+        {"composite", "composite"},
+        {"filedev", "composite"},
+        {"motors", "motors"},
+        {"xray", "xray"},
+        {"hv", "hv"},
+        {"vorn", "vorn"},
+        {"brevik", "brevik"},
+        {"morlan", "morlan"},
+    };
+    for (const auto& row : keys)
+        deviceImages.insert(row[0], QString(":/devcontrol/images/") + row[1]);
+}
+
+MainWindow::~MainWindow()
+{
+    // Undocked views are top-level windows with no parent; docked ones would go with
+    // the tab widget, but deleting all of them here keeps the order well defined.
+    const QList<DevView*> all = views;
+    views.clear();
+    dockedViews.clear();
+    qDeleteAll(all);
+    delete ui;
+}
+
+QFancyTabWidget* MainWindow::tabWidget() const
+{
+    return ui->tabWidget;
+}
+
+bool MainWindow::validDevice(ov::IDev* dev)
+{
+    return dev && isKnownDeviceKind(dev->deviceType());
+}
+
+DevViewMpx* MainWindow::getView(ov::IDev* dev) const
+{
+    if (!dev)
+        return nullptr;
+    for (DevView* view : views) {
+        if (view->getDev() == dev)
+            return qobject_cast<DevViewMpx*>(view);
+    }
+    return nullptr;
+}
+
+QString MainWindow::coreString(const char* key) const
+{
+    ov::String value;
+    if (ov::ICoreSettings* core = orvel ? orvel->settingsStore() : nullptr)
+        core->getString(key, &value);
+    return QString::fromUtf8(value.get());
+}
+
+void MainWindow::onInitialize()
+{
+    const std::vector<ov::IDev*> list = orvel ? orvel->devices() : std::vector<ov::IDev*>();
+    int added = 0;
+    for (ov::IDev* dev : list) {
+        if (validDevice(dev) && addNewDevice(dev))
+            ++added;
+    }
+    if (dockedViews.size() == 1)
+        dockedViews.first()->enableUndocking(false);
+    if (added > 0)
+        ui->tabWidget->setCurrentIndex(0);
+
+    ov::ICoreSettings* core = orvel ? orvel->settingsStore() : nullptr;
+    const bool fileDeviceWanted = core && core->getBool("CreateFileDevice");
+    if (added == 1 && list.front()->deviceType() == DevKindFile && !fileDeviceWanted)
+        warnNoDevice = true;
+
+    if (added == 0) {
+        // Keep the tab widget alive behind the label, so a device plugged in later
+        // still gets its tab.
+        takeCentralWidget();
+        auto* label = new QLabel("No devices connected.\nPlease make sure the devices are "
+                                 "correctly connected to the computer.");
+        label->setObjectName("lblNoDevice");
+        label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
+        setCentralWidget(label);
+    }
+}
+
+void MainWindow::onNewDeviceWrapper(long eventData, long userData)
+{
+    auto* window = reinterpret_cast<MainWindow*>(userData);
+    emit window->sigNewDevice(static_cast<unsigned long long>(eventData));
+}
+
+void MainWindow::onDeviceRemovedWrapper(long eventData, long userData)
+{
+    auto* window = reinterpret_cast<MainWindow*>(userData);
+    const auto dev = static_cast<unsigned long long>(eventData);
+    if (QThread::currentThread() == qApp->thread())
+        window->onDeviceRemoved(dev);
+    else
+        emit window->sigDeviceRemoved(dev);
+}
+
+void MainWindow::onNewDevice(unsigned long long dev)
+{
+    addNewDevice(reinterpret_cast<ov::IDev*>(dev));
+}
+
+bool MainWindow::addNewDevice(ov::IDev* dev)
+{
+    if (!dev || devices.contains(dev))
+        return false;
+    if (dev->deviceType() == DevKindMotor) {
+        if (!motorView) {
+            motorView = new DevViewMotor(this, orvel, nullptr);
+            connect(motorView, &DevView::sigUndock, this, &MainWindow::onUndock);
+            connect(motorView, &DevView::sigDock, this, &MainWindow::onDock);
+            addDevView(motorView, false);
+        }
+        motorView->addMotor(dev);
+        devices.append(dev);
+        return true;
+    }
+
+    DevView* view = createDeviceView(this, orvel, dev);
+    if (!view)
+        return false;
+    devices.append(dev);
+    if (auto* detector = qobject_cast<DevViewMpx*>(view->widget())) {
+        connect(detector, &DevViewMpx::sigReconnect, this, &MainWindow::onReconnect);
+        connect(detector, &DevViewMpx::sigSaveOnExit, this, &MainWindow::onExit);
+    }
+    connect(view, &DevView::sigUndock, this, &MainWindow::onUndock);
+    connect(view, &DevView::sigDock, this, &MainWindow::onDock);
+    addDevView(view, false);
+    return true;
+}
+
+void MainWindow::addDevView(DevView* view, bool redock)
+{
+    if (!view)
+        return;
+    if (centralWidget() != ui->centralwidget)
+        setCentralWidget(ui->centralwidget); // a device arrived after "no devices"
+    if (!redock)
+        view->setWindowFlags(Qt::WindowFlags());
+    addNewTab(view->devName(), view->fullName(), view);
+    if (!redock)
+        views.append(view);
+
+    QString title = view->fullName();
+    if (ov::IDev* dev = view->getDev()) {
+        ov::DevInfo info;
+        std::memset(&info, 0, sizeof info);
+        dev->deviceInfo(&info);
+        if (info.serial != 0)
+            title += QString(" sn %1").arg(info.serial);
+    }
+    titles.append(title);
+    menuBars.append(view->viewMenuBar());
+    dockedViews.append(view);
+}
+
+void MainWindow::addNewTab(const QString& name, const QString& fullName, DevView* view)
+{
+    const QString key = name.toLower();
+    QString image = kDefaultImage;
+    QString text = fullName;
+    if (deviceImages.contains(key)) {
+        image = deviceImages.value(key);
+        text = removeIntfFromName(name, fullName);
+    } else {
+        switch (view->devType()) {
+        case DevKindXray:
+            image = deviceImages.value("xray");
+            break;
+        case DevKindMotor:
+            image = deviceImages.value("motors");
+            break;
+        case DevKindHvSource:
+            image = deviceImages.value("hv");
+            break;
+        default:
+            break;
+        }
+    }
+    ui->tabWidget->addTab(view, QIcon(QPixmap(image)), text);
+}
+
+QString MainWindow::removeIntfFromName(const QString& name, const QString& fullName) const
+{
+    if (deviceImages.isEmpty() || !deviceImages.contains(name.toLower()))
+        return fullName;
+    const QStringList parts = fullName.split(' ', Qt::KeepEmptyParts);
+    return parts.size() == 2 ? parts.at(1) : fullName;
+}
+
+void MainWindow::onChange(int index)
+{
+    if (curMenuBar && curView)
+        curView->setViewMenuBar(curMenuBar);
+    curMenuBar = nullptr;
+    curView = nullptr;
+    if (index < 0 || index >= dockedViews.size())
+        return;
+
+    curMenuBar = menuBars.at(index);
+    curView = dockedViews.at(index);
+    setMenuBar(curMenuBar);
+
+    const QString title = "Orvel " + coreString("Version") + " - " + titles.at(index);
+    curView->setWindowTitle(title);
+    setWindowTitle(title);
+}
+
+void MainWindow::removeTabAt(int index)
+{
+    DevView* view = dockedViews.at(index);
+    if (view == curView) {
+        // The view leaves the window: give it its menu bar back first.
+        curView->setViewMenuBar(curMenuBar);
+        curView = nullptr;
+        curMenuBar = nullptr;
+    }
+    // The tab widget would announce a new current tab while the lists below still
+    // hold the removed entry; the caller selects the next tab itself.
+    const QSignalBlocker blocker(ui->tabWidget);
+    ui->tabWidget->removeTab(index);
+    titles.removeAt(index);
+    menuBars.removeAt(index);
+    dockedViews.removeAt(index);
+}
+
+void MainWindow::undockView(DevView* view)
+{
+    const int index = dockedViews.indexOf(view);
+    if (index < 0)
+        return;
+    removeTabAt(index);
+
+    if (ui->tabWidget->count() > 0) {
+        const int next = index > 0 ? index - 1 : 0;
+        if (ui->tabWidget->currentIndex() == next)
+            onChange(next);
+        else
+            ui->tabWidget->setCurrentIndex(next);
+    }
+
+    view->setParent(nullptr);
+    view->move(x(), y());
+    view->show();
+
+    if (dockedViews.size() == 1)
+        dockedViews.first()->enableUndocking(false);
+}
+
+void MainWindow::onUndock()
+{
+    if (auto* view = qobject_cast<DevView*>(sender()))
+        undockView(view);
+}
+
+void MainWindow::onDock()
+{
+    auto* view = qobject_cast<DevView*>(sender());
+    if (view && views.contains(view) && !dockedViews.contains(view))
+        addDevView(view, true);
+    if (dockedViews.size() >= 2) {
+        for (DevView* docked : dockedViews)
+            docked->enableUndocking(true);
+    }
+    ui->tabWidget->update();
+}
+
+void MainWindow::onReconnect(QWidget* widget)
+{
+    for (int i = 0; i < dockedViews.size(); ++i) {
+        DevView* view = dockedViews.at(i);
+        if (view->widget() == widget) {
+            ui->tabWidget->setTabText(i, removeIntfFromName(view->devName(), view->fullName()));
+            return;
+        }
+    }
+}
+
+void MainWindow::onDeviceRemoved(unsigned long long devId)
+{
+    auto* dev = reinterpret_cast<ov::IDev*>(devId);
+    if (!dev)
+        return;
+    if (dev->deviceType() == DevKindMotor) {
+        if (motorView)
+            motorView->removeMotor(dev);
+    } else {
+        DevView* view = nullptr;
+        for (DevView* v : views) {
+            if (v->getDev() == dev)
+                view = v;
+        }
+        // X-ray and high-voltage views are found here too, unlike through getView: they
+        // hold the device and must let go of it before the host destroys it.
+        if (!view)
+            return;
+        undockView(view);
+        view->onExit();
+        views.removeAll(view);
+        view->close();
+        delete view;
+    }
+    devices.removeAll(dev);
+}
+
+void MainWindow::onShowView(bool visible)
+{
+    if (!visible) {
+        hide();
+        return;
+    }
+    show();
+    if (warnNoDevice)
+        showWarnNoDev();
+}
+
+void MainWindow::showWarnNoDev()
+{
+    QMessageBox box(QMessageBox::Warning, "Warning",
+        "No devices found. \nShowing only artificial device : FileDevice 0", QMessageBox::Ok, this);
+    box.setObjectName("msgNoDevice");
+    box.adjustSize();
+    if (QScreen* screen = QGuiApplication::primaryScreen())
+        box.move(screen->geometry().center() - box.rect().center());
+    box.exec();
+}
+
+void MainWindow::onExit()
+{
+    for (DevView* view : views)
+        view->onExit();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (quitOnClose)
+        QCoreApplication::quit();
+    event->accept();
+}
+
+} // namespace PluginDevControl

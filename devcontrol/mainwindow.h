@@ -1,0 +1,93 @@
+// The plug-in's one top-level window: a tab per connected device, kept in step with
+// the host's hot-plug events.
+#pragma once
+
+#include "ovsdk.h"
+
+#include <QList>
+#include <QMainWindow>
+#include <QMap>
+#include <QString>
+
+class QMenuBar;
+class QFancyTabWidget;
+class Ui_MainWindow;
+
+namespace PluginDevControl {
+
+class DevView;
+class DevViewMpx;
+class DevViewMotor;
+
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow(QWidget* parent, ov::IOrvel* orvel, bool quitOnClose);
+    ~MainWindow() override;
+
+    // The detector view of a device, or null (no view, or not a detector).
+    DevViewMpx* getView(ov::IDev* dev) const;
+
+    void setQuitOnClose(bool quit) { quitOnClose = quit; }
+    bool isQuitOnClose() const { return quitOnClose; }
+    bool isWarnNoDevice() const { return warnNoDevice; }
+
+    // Read-only views of the window's state, for the plug-in object and tests.
+    QFancyTabWidget* tabWidget() const;
+    const QList<DevView*>& allViews() const { return views; }
+    const QList<DevView*>& dockedViewList() const { return dockedViews; }
+    const QList<ov::IDev*>& deviceList() const { return devices; }
+    DevViewMotor* sharedMotorView() const { return motorView; }
+
+    static bool validDevice(ov::IDev* dev);
+    QString removeIntfFromName(const QString& name, const QString& fullName) const;
+    static void onNewDeviceWrapper(long eventData, long userData);
+    static void onDeviceRemovedWrapper(long eventData, long userData);
+
+signals:
+    void sigShowView(bool visible);
+    void sigInitialize();
+    void sigNewDevice(unsigned long long dev);
+    void sigDeviceRemoved(unsigned long long dev);
+
+public slots:
+    void onInitialize();
+    void onNewDevice(unsigned long long dev);
+    void onDeviceRemoved(unsigned long long dev);
+    void onShowView(bool visible);
+    void onChange(int index);
+    void onUndock();
+    void onDock();
+    void onReconnect(QWidget* widget);
+    void onExit();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    bool addNewDevice(ov::IDev* dev);
+    void addDevView(DevView* view, bool redock);
+    void addNewTab(const QString& name, const QString& fullName, DevView* view);
+    void undockView(DevView* view);
+    void removeTabAt(int index);
+    void showWarnNoDev();
+    QString coreString(const char* key) const;
+
+    Ui_MainWindow* ui;
+    QList<QMenuBar*> menuBars;
+    QList<DevView*> views;
+    QList<DevView*> dockedViews;
+    QList<QString> titles;
+    QList<ov::IDev*> devices;
+    QMap<QString, QString> deviceImages;
+    QMenuBar* curMenuBar = nullptr;
+    DevView* curView = nullptr;
+    ov::IOrvel* orvel;
+    DevViewMotor* motorView = nullptr;
+    bool quitOnClose;
+    bool warnNoDevice = false;
+};
+
+} // namespace PluginDevControl

@@ -1,0 +1,29 @@
+#include "devviewfactory.h"
+
+#include "devicekinds.h"
+#include "devviewinstrument.h"
+#include "devviewmpx.h"
+
+namespace PluginDevControl {
+
+DevView* createDeviceView(QWidget* parent, ov::IOrvel* orvel, ov::IDev* dev)
+{
+    if (!dev)
+        return nullptr;
+    switch (dev->deviceType()) {
+    case DevKindMpx2:
+    case DevKindMpx3:
+    case DevKindTpx3:
+    case DevKindTpx2:
+    case DevKindFile:
+        return new DevViewMpx(parent, orvel, dev);
+    case DevKindXray:
+        return new DevViewXray(parent, orvel, dev);
+    case DevKindHvSource:
+        return new DevViewHvSource(parent, orvel, dev);
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace PluginDevControl

@@ -1,0 +1,42 @@
+# Shared by the scripts in scripts/: finds the Debian packages the project needs and
+# installs the missing ones (as root) or prints the command that would (otherwise).
+
+# ensure_packages PKG... : returns when all are installed, exits 1 otherwise.
+ensure_packages() {
+    local missing=()
+    local pkg
+    for pkg in "$@"; do
+        if ! dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed"; then
+            missing+=("$pkg")
+        fi
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    local cmd="apt-get update && apt-get install -y --no-install-recommends ${missing[*]}"
+    if [ "$(id -u)" -eq 0 ]; then
+        echo "Installing missing packages: ${missing[*]}"
+        apt-get update -qq
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+    else
+        echo "Missing Debian packages: ${missing[*]}" >&2
+        echo "Install them as root with:" >&2
+        echo "  sudo sh -c '$cmd'" >&2
+        exit 1
+    fi
+}
+
+# Packages to build and run the program.
+RUN_PACKAGES=(cmake make g++ pkg-config qt6-base-dev qt6-base-dev-tools libgl-dev
+              fonts-dejavu-core)
+# Extra packages for the test suite: benchmarks, fuzzing, formatting.
+TEST_PACKAGES=(libbenchmark-dev clang libclang-rt-14-dev clang-format)
+
+# configure_and_build BUILD_DIR [cmake args...]: configures once, then builds.
+configure_and_build() {
+    local dir="$1"
+    shift
+    cmake -S "$ROOT" -B "$dir" "$@" >"$dir.configure.log" 2>&1 || {
+        cat "$dir.configure.log" >&2
+        return 1
+    }
+    cmake --build "$dir" -j "$(nproc)"
+}
