@@ -1,0 +1,216 @@
+// Paint loops and frame conversion of the frame display against a baseline loop
+// that only reads the doubles and writes one 32-bit word per pixel, measured in
+// the same run. Each result carries its Mpixel/s and its ratio to the baseline;
+// a summary goes to stdout and to bench_qtshared_summary.txt.
+#include "colormap.h"
+#include "qmpximage.h"
+#include "qmpxpaintloops.h"
+
+#include <QApplication>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+const int sizes[] = {256, 512, 2048};
+std::map<int, double> baselinePixelsPerSecond;
+
+std::vector<double> frameValues(int n)
+{
+    std::vector<double> v(std::size_t(n) * n);
+    for (std::size_t i = 0; i < v.size(); ++i)
+        v[i] = double((i * 2654435761u) % 1200u) - 50.0; // some under and over range
+    return v;
+}
+
+void baselineLoop(const double* in, std::uint32_t* out, std::size_t n)
+{
+    for (std::size_t i = 0; i < n; ++i)
+        out[i] = static_cast<std::uint32_t>(static_cast<std::int64_t>(in[i]));
+}
+
+// Pixels per second of the baseline loop: median of several timed passes.
+double measureBaseline(int n)
+{
+    const std::vector<double> in = frameValues(n);
+    std::vector<std::uint32_t> out(in.size());
+    std::vector<double> rates;
+    for (int pass = 0; pass < 31; ++pass) {
+        const auto t0 = std::chrono::steady_clock::now();
+        baselineLoop(in.data(), out.data(), in.size());
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+        const double s
+            = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+        rates.push_back(double(in.size()) / s);
+    }
+    std::sort(rates.begin(), rates.end());
+    return rates[rates.size() / 2];
+}
+
+void setCounters(benchmark::State& state, int n)
+{
+    const double pixels = double(n) * n;
+    state.counters["Mpix/s"]
+        = benchmark::Counter(pixels / 1e6, benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["vs_baseline"] = benchmark::Counter(
+        pixels / baselinePixelsPerSecond[n], benchmark::Counter::kIsIterationInvariantRate);
+}
+
+void BM_Baseline(benchmark::State& state)
+{
+    const int n = int(state.range(0));
+    const std::vector<double> in = frameValues(n);
+    std::vector<std::uint32_t> out(in.size());
+    for (auto _ : state) {
+        baselineLoop(in.data(), out.data(), in.size());
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    setCounters(state, n);
+}
+
+enum Loop {
+    Linear,
+    LinearOneThread,
+    LinearMasked,
+    LinearLog,
+    Gamma,
+    Raw,
+    Decode
+};
+
+void BM_PaintFrame(benchmark::State& state, Loop loop)
+{
+    const int n = int(state.range(0));
+    const std::vector<double> in = frameValues(n);
+    QMpxImage image;
+    image.setFrameData(in.data(), unsigned(n), unsigned(n));
+    std::vector<unsigned char> mask(in.size(), 1);
+    for (std::size_t i = 0; i < mask.size(); i += 97)
+        mask[i] = 0;
+    image.setMask(mask.data(), unsigned(n), unsigned(n));
+    image.logScale = loop == LinearLog;
+    image.gamma = loop == Gamma ? 0.5 : 0.0;
+    image.rawRgb = loop == Raw;
+    if (loop == Decode)
+        image.setCustomColorMap(new TrackingColorMap);
+    const bool masked = loop == LinearMasked;
+    const std::size_t threaded = mpxpaint::threadedPixels();
+    if (loop == LinearOneThread)
+        mpxpaint::setThreadedPixels(SIZE_MAX);
+    for (auto _ : state) {
+        image.paintFrame(0.0, 1000.0, masked, true, true);
+        benchmark::DoNotOptimize(image.getImage().constBits());
+        benchmark::ClobberMemory();
+    }
+    mpxpaint::setThreadedPixels(threaded);
+    setCounters(state, n);
+}
+
+template <typename T>
+void BM_SetData(benchmark::State& state)
+{
+    const int n = int(state.range(0));
+    std::vector<T> in(std::size_t(n) * n);
+    for (std::size_t i = 0; i < in.size(); ++i)
+        in[i] = T(i % 1000);
+    QMpxImage image;
+    for (auto _ : state) {
+        image.setFrameData(in.data(), unsigned(n), unsigned(n));
+        benchmark::DoNotOptimize(image.getData());
+        benchmark::ClobberMemory();
+    }
+    setCounters(state, n);
+}
+
+// Collects every run for the summary while printing as usual.
+class SummaryReporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs) {
+            auto mpix = run.counters.find("Mpix/s");
+            auto ratio = run.counters.find("vs_baseline");
+            if (mpix != run.counters.end() && ratio != run.counters.end())
+                lines.push_back({run.benchmark_name(), mpix->second.value, ratio->second.value});
+        }
+    }
+    struct Line
+    {
+        std::string name;
+        double mpix;
+        double ratio;
+    };
+    std::vector<Line> lines;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+
+    for (int n : sizes)
+        baselinePixelsPerSecond[n] = measureBaseline(n);
+    auto addSizes = [](benchmark::internal::Benchmark* b) {
+        for (int n : sizes)
+            b->Arg(n);
+        b->Unit(benchmark::kMicrosecond)->UseRealTime();
+    };
+    addSizes(benchmark::RegisterBenchmark("baseline", BM_Baseline));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/linear", BM_PaintFrame, Linear));
+    addSizes(
+        benchmark::RegisterBenchmark("paintFrame/linear_1thread", BM_PaintFrame, LinearOneThread));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/linear_masked", BM_PaintFrame, LinearMasked));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/linear_log", BM_PaintFrame, LinearLog));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/gamma", BM_PaintFrame, Gamma));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/raw", BM_PaintFrame, Raw));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/decode", BM_PaintFrame, Decode));
+    addSizes(benchmark::RegisterBenchmark("setData/short", BM_SetData<short>));
+    addSizes(benchmark::RegisterBenchmark("setData/uint32", BM_SetData<unsigned int>));
+    addSizes(benchmark::RegisterBenchmark("setData/double", BM_SetData<double>));
+
+    SummaryReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+
+    // The summary relates each result to the baseline benchmark of the same size.
+    std::map<std::string, double> baselineMpix;
+    for (const auto& line : reporter.lines)
+        if (line.name.rfind("baseline/", 0) == 0)
+            baselineMpix[line.name.substr(line.name.find('/') + 1)] = line.mpix;
+    std::FILE* file = std::fopen("bench_qtshared_summary.txt", "w");
+    for (std::FILE* out : {stdout, file}) {
+        if (!out)
+            continue;
+        std::fprintf(out, "\n%-40s %10s %12s\n", "benchmark", "Mpixel/s", "vs baseline");
+        for (const auto& line : reporter.lines) {
+            const std::string tail
+                = line.name.substr(line.name.find('/', line.name.find('/') + 1) + 1);
+            const std::string key = line.name.rfind("baseline/", 0) == 0
+                ? line.name.substr(line.name.find('/') + 1)
+                : tail;
+            const double base = baselineMpix.count(key) ? baselineMpix[key] : 0.0;
+            std::fprintf(out, "%-40s %10.1f %12.2f\n", line.name.c_str(), line.mpix,
+                base > 0 ? line.mpix / base : 0.0);
+        }
+    }
+    if (file)
+        std::fclose(file);
+    return 0;
+}
