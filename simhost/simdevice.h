@@ -1,0 +1,120 @@
+// The host-side state of a simulated device, independent of the device interface it
+// shows to plug-ins (see devicebase.h for how the two are joined).
+//
+// All state may be read and changed from any thread: plain values are atomic, the rest
+// is guarded by a mutex that is never held while a callback runs.
+#pragma once
+
+#include "callbacks.h"
+#include "deviceset.h"
+#include "hostlog.h"
+#include "livecounter.h"
+
+#include <ovcore.h>
+
+#include <QString>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+namespace sim {
+
+// Status codes of IDev::status().
+enum DeviceStatus : int {
+    StatusReady = 0,
+    StatusWarning = 1,
+    StatusError = 2,
+};
+
+class SimDevice
+{
+public:
+    explicit SimDevice(const DeviceDesc& desc);
+    virtual ~SimDevice();
+    SimDevice(const SimDevice&) = delete;
+    SimDevice& operator=(const SimDevice&) = delete;
+
+    // The device interface handed to plug-ins.
+    virtual ov::IDev* dev() = 0;
+
+    const DeviceDesc& desc() const { return m_desc; }
+    int kind() const { return m_desc.kind; }
+    QString name() const { return m_desc.name; }
+    uint32_t serial() const { return m_desc.serial; }
+
+    // Set by the host when it connects the device, before anyone else can see it.
+    struct Attachment
+    {
+        uint64_t id = 0; // unique for the host's lifetime
+        LogFn hostLog;
+        const ov::IMenuItem* menu = nullptr;
+        QString configPath;
+        QString factoryConfigPath;
+    };
+    void attach(const Attachment& attachment);
+    uint64_t id() const { return m_id; }
+
+    // Record of IDev::deviceInfo: interface word (at most 7 characters, always
+    // NUL-terminated) at byte 0, record kind at byte 8 (0, or 22 for an education
+    // device), serial at byte 16; the reserved fields are 0.
+    int fillDeviceInfo(ov::DevInfo* out) const;
+
+    // Named device events ("LockChanged", "DeviceStatusChanged", ...).
+    int addEventCallback(const char* name, ov::EventCallback cb, void* user);
+    // Calls every subscriber of name on the calling thread; returns how many.
+    int fireEvent(const char* name, long data);
+
+    // Log lines go to the device's own callbacks and, prefixed with the device name, to
+    // the host log.
+    int addLogCallback(ov::LogCallback cb, void* user);
+    int removeLogCallback(ov::LogCallback cb, void* user);
+    void log(unsigned level, const QString& text);
+
+    bool locked() const { return m_locked.load(); }
+    // Fires "LockChanged" (data 1 locked, 0 unlocked) when the state changes.
+    void setLocked(bool locked);
+
+    int statusCode() const;
+    QString statusMessage() const;
+    // Fires "DeviceStatusChanged" with the code as data; warnings and errors are logged.
+    void setStatus(int code, const QString& text);
+
+    // Asks the running operation to stop; the operation polls abortRequested().
+    virtual int requestAbort();
+    bool abortRequested() const { return m_abort.load(); }
+    void clearAbort() { m_abort.store(false); }
+
+    // Re-opens the device: clears the status to ready and the abort flag.
+    virtual int reopen();
+    int reconnectCount() const { return m_reconnects.load(); }
+
+    // Switches to the factory configuration file; fires "DeviceCfgChanged".
+    virtual int useFactoryConfig();
+    QString configPath() const;
+    const ov::IMenuItem* menu() const { return m_menu.load(); }
+
+    // Forgets every callback (the plug-in that registered them is gone).
+    void dropCallbacks();
+
+private:
+    const DeviceDesc m_desc;
+    std::atomic<uint64_t> m_id {0};
+    std::atomic<const ov::IMenuItem*> m_menu {nullptr};
+    EventTable m_events;
+    CallbackList<ov::LogCallback> m_logCallbacks;
+    std::atomic<bool> m_locked {false};
+    std::atomic<bool> m_abort {false};
+    std::atomic<int> m_reconnects {0};
+
+    mutable std::mutex m_mutex;
+    LogFn m_hostLog;
+    int m_status = StatusReady;
+    QString m_statusText = QStringLiteral("Ready");
+    QString m_configPath;
+    QString m_factoryConfigPath;
+
+    LiveToken<Counted::Device> m_live;
+};
+
+} // namespace sim

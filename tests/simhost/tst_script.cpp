@@ -1,0 +1,184 @@
+// The script runner, in-process: commands, waiting without blocking, errors by line,
+// and commands added by other code.
+#include <scriptrunner.h>
+#include <simhost.h>
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+struct Outcome
+{
+    int code = -1;
+    QString message;
+};
+
+Outcome runScript(sim::ScriptRunner& runner, int timeoutMs = 5000)
+{
+    QSignalSpy spy(&runner, &sim::ScriptRunner::finished);
+    runner.start();
+    if (!spy.wait(timeoutMs))
+        return {};
+    return {spy.at(0).at(0).toInt(), spy.at(0).at(1).toString()};
+}
+
+} // namespace
+
+class TestScript : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void commandsActOnTheHost()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY2(runner.loadText(QStringLiteral("# a session\n"
+                                                "connect timepix kalbar W0087 87 chips=4\n"
+                                                "connect 12 \"xray Tube2\" 1202   # a source\n"
+                                                "lock kalbar W0087\n"
+                                                "log warning \"tube warming up\" now\n"
+                                                "unlock xray Tube2\n"
+                                                "lock xray Tube2\n"
+                                                "remove kalbar W0087\n"),
+                     QStringLiteral("s.txt")),
+            qPrintable(runner.error()));
+        const Outcome outcome = runScript(runner);
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.message, QString());
+        QCOMPARE(host.deviceCount(), 1);
+        const auto tube = host.deviceByName(QStringLiteral("xray Tube2"));
+        QVERIFY(tube);
+        QCOMPARE(tube->serial(), 1202u);
+        QCOMPARE(tube->kind(), 12);
+        QVERIFY(tube->locked());
+        QVERIFY(host.logHistory().contains(QStringLiteral("warning: tube warming up now")));
+    }
+
+    void waitKeepsTheEventLoopRunning()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY(
+            runner.loadText(QStringLiteral("wait 300\nlog info after\n"), QStringLiteral("w.txt")));
+        int ticks = 0;
+        QTimer ticker;
+        QObject::connect(&ticker, &QTimer::timeout, [&ticks]() { ++ticks; });
+        ticker.start(20);
+        QElapsedTimer clock;
+        clock.start();
+        const Outcome outcome = runScript(runner);
+        QCOMPARE(outcome.code, 0);
+        QVERIFY(clock.elapsed() >= 290);
+        QVERIFY2(ticks >= 5, qPrintable(QString::number(ticks)));
+        QVERIFY(host.logHistory().contains(QStringLiteral("info: after")));
+    }
+
+    void quitStopsBeforeTheRest()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY(runner.loadText(
+            QStringLiteral("log info one\nquit\nlog info two\n"), QStringLiteral("q.txt")));
+        QCOMPARE(runScript(runner).code, 0);
+        QVERIFY(host.logHistory().contains(QStringLiteral("info: one")));
+        QVERIFY(!host.logHistory().contains(QStringLiteral("info: two")));
+    }
+
+    void checkErrorsNameTheLine_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("unknown") << "wait 1\n\nfrobnicate 3\n"
+                                 << "c.txt:3: unknown command 'frobnicate'";
+        QTest::newRow("count") << "wait\n"
+                               << "c.txt:1: wrong number of arguments, usage: wait MS";
+        QTest::newRow("quit") << "# x\nquit now\n"
+                              << "c.txt:2: wrong number of arguments, usage: quit";
+        QTest::newRow("quote") << "log info \"open\n"
+                               << "c.txt:1: missing closing quote";
+    }
+
+    void checkErrorsNameTheLine()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        sim::ScriptRunner runner({nullptr, nullptr, nullptr});
+        QVERIFY(!runner.loadText(text, QStringLiteral("c.txt")));
+        QCOMPARE(runner.error(), expected);
+    }
+
+    void runErrorsNameTheLine_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("remove") << "log info x\nremove kalbar NONE\nquit\n"
+                                << "r.txt:2: no device 'kalbar NONE'";
+        QTest::newRow("wait") << "wait soon\n"
+                              << "r.txt:1: bad time 'soon' (milliseconds)";
+        QTest::newRow("level")
+            << "\nlog loud x\n"
+            << "r.txt:2: bad log level 'loud' (debug, info, warning, error or 0-3)";
+        QTest::newRow("kind") << "connect 99 a b 1\n"
+                              << "r.txt:1: unknown device kind '99'";
+        QTest::newRow("twice") << "connect 1 a b 1\nconnect 1 a b 2\n"
+                               << "r.txt:2: device 'a b' is already connected";
+    }
+
+    void runErrorsNameTheLine()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY2(runner.loadText(text, QStringLiteral("r.txt")), qPrintable(runner.error()));
+        const Outcome outcome = runScript(runner);
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.message, expected);
+    }
+
+    void addedCommandsCanWaitForAConditionOrTimeOut()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        bool flag = false;
+        QTimer::singleShot(150, [&flag]() { flag = true; });
+        runner.addCommand({QStringLiteral("waitflag"), 1, 1, QStringLiteral("waitflag MS"),
+            [&flag](const sim::ScriptLine& line) {
+                return sim::ScriptStep::until([&flag]() { return flag; }, line.args.at(0).toInt(),
+                    QStringLiteral("flag not set in time"));
+            }});
+        QVERIFY(runner.hasCommand(QStringLiteral("WaitFlag")));
+        QVERIFY(runner.loadText(QStringLiteral("waitflag 3000\nlog info flagged\nwaitflag 0\n"),
+            QStringLiteral("f.txt")));
+        Outcome outcome = runScript(runner);
+        QCOMPARE(outcome.code, 0);
+        QVERIFY(host.logHistory().contains(QStringLiteral("info: flagged")));
+
+        flag = false;
+        QVERIFY(runner.loadText(QStringLiteral("\nwaitflag 100\n"), QStringLiteral("g.txt")));
+        outcome = runScript(runner);
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.message, QStringLiteral("g.txt:2: flag not set in time"));
+    }
+
+    void commandsNeedingAHostFailWithoutOne()
+    {
+        sim::ScriptRunner runner({nullptr, nullptr, nullptr});
+        QVERIFY(runner.loadText(QStringLiteral("wait 0\nlock a b\n"), QStringLiteral("n.txt")));
+        const Outcome outcome = runScript(runner);
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.message, QStringLiteral("n.txt:2: no host to run this on"));
+    }
+};
+
+QTEST_MAIN(TestScript)
+#include "tst_script.moc"
