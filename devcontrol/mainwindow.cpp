@@ -78,6 +78,8 @@ MainWindow::~MainWindow()
     views.clear();
     dockedViews.clear();
     qDeleteAll(all);
+    if (centralWidget() != ui->centralwidget)
+        delete ui->centralwidget; // taken out while the "no devices" note is shown
     delete ui;
 }
 
@@ -195,8 +197,11 @@ void MainWindow::addDevView(DevView* view, bool redock)
 {
     if (!view)
         return;
-    if (centralWidget() != ui->centralwidget)
-        setCentralWidget(ui->centralwidget); // a device arrived after "no devices"
+    if (centralWidget() != ui->centralwidget) {
+        // A device arrived after "no devices": the tabs come back in place of the note.
+        setCentralWidget(ui->centralwidget);
+        ui->centralwidget->show();
+    }
     if (!redock)
         view->setWindowFlags(Qt::WindowFlags());
     addNewTab(view->devName(), view->fullName(), view);
