@@ -30,13 +30,17 @@ RUN_PACKAGES=(cmake make g++ pkg-config qt6-base-dev qt6-base-dev-tools libgl-de
 # Extra packages for the test suite: benchmarks, fuzzing, formatting.
 TEST_PACKAGES=(libbenchmark-dev clang libclang-rt-14-dev clang-format)
 
-# configure_and_build BUILD_DIR [cmake args...]: configures once, then builds.
+# configure_and_build BUILD_DIR [cmake args...]: configures, then builds everything,
+# or only the targets named in BUILD_TARGETS.
 configure_and_build() {
     local dir="$1"
     shift
+    mkdir -p "$dir"
     cmake -S "$ROOT" -B "$dir" "$@" >"$dir.configure.log" 2>&1 || {
         cat "$dir.configure.log" >&2
         return 1
     }
-    cmake --build "$dir" -j "$(nproc)"
+    local targets=()
+    [ -n "${BUILD_TARGETS:-}" ] && targets=(--target $BUILD_TARGETS)
+    cmake --build "$dir" -j "$(nproc)" "${targets[@]}"
 }
