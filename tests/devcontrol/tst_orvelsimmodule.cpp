@@ -44,7 +44,7 @@ private slots:
         // Every detector view stored its settings at close.
         const QDir settings(home + "/settings/devcontrol");
         for (const char* file : {"kalbar_W0512_sn512.ini", "sparrel_F0317_sn317.ini",
-                                 "hanvik_M0102_sn102.ini", "zoltin_T0221_sn221.ini"}) {
+                 "hanvik_M0102_sn102.ini", "zoltin_T0221_sn221.ini"}) {
             QVERIFY2(settings.exists(file), file);
             QFile ini(settings.filePath(file));
             QVERIFY(ini.open(QIODevice::ReadOnly));
