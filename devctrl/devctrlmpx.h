@@ -1,0 +1,250 @@
+// The controller of one pixel detector: measurement parameters, the start and stop of
+// measurements on a worker thread, the device's events turned into Qt signals, and the
+// hand-over of frames to the display. The chip-family controllers derive from it.
+#pragma once
+
+#include "acqparams.h"
+#include "acqrecords.h"
+
+#include <ovdetector.h>
+
+#include <QList>
+#include <QObject>
+#include <QRect>
+#include <QString>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <tuple>
+#include <vector>
+
+class QMpxFrame;
+class QProgressDialog;
+class QTabBar;
+
+namespace PluginDevControl {
+
+class PnlHistogram;
+class PnlImageInfo;
+class PnlImageProps;
+
+// One loaded frame or data set.
+struct FileInfo
+{
+    std::string fileName;
+    int index = 0; // position inside the file
+    int type = 0;  // file type code
+    bool multiFrame = false;
+};
+
+class DevCtrlMpx : public QObject
+{
+    Q_OBJECT
+
+public:
+    // What the frame widget shows.
+    enum PixCfgType : int {
+        PixCfgNone = 0, // the real frame
+        PixCfgMask = 1,
+        PixCfgTest = 2,
+        PixCfgThl = 3,
+        PixCfgFifth = 4, // the family's fifth tab
+    };
+    enum PixelArea : int {
+        AreaPixel = 0,
+        AreaRow = 1,
+        AreaColumn = 2,
+    };
+
+    DevCtrlMpx(ov::IOrvel* orvel, ov::IDevMpx* dev, QMpxFrame* mpxFrame, QTabBar* frameTabs);
+    ~DevCtrlMpx() override;
+
+    virtual void loadSettings(ov::ISettings* settings);
+    virtual void saveSettings(ov::ISettings* settings);
+    virtual ov::IDev* dev() { return m_dev; }
+    virtual ov::IDevMpx* devMpx() { return m_dev; }
+    virtual ov::IOrvel* orvel() { return m_orvel; }
+    virtual bool isDeviceLocked() const { return deviceLocked.load(); }
+    virtual void setImagePropsPanel(PnlImageProps* panel) { imagePropsPanel = panel; }
+    virtual void setImageInfoPanel(PnlImageInfo* panel) { imageInfoPanel = panel; }
+    virtual void setHistogramPanel(PnlHistogram* panel) { histogramPanel = panel; }
+    virtual void showAcqFrame(unsigned long index);
+    virtual void showPixCfgFrames(bool show);
+    virtual void updateCurrentFrame();
+    virtual void setAutoUpdateEnabled(bool enabled) { autoUpdate = enabled; }
+    // Starts a measurement on a detached worker thread and returns 0 at once.
+    virtual int startAcq();
+    // Asks the device to abort, from a detached thread; returns 0 at once.
+    virtual int stopAcq();
+    virtual bool isAcqRunning() const { return acqRunning.load(); }
+    virtual int curAcq() const { return m_curAcq.load(); }
+    virtual int curRepeat() const { return m_curRepeat.load(); }
+    virtual int acqCount() { return m_acqParams.acqCount; }
+    virtual int repeatCount() { return m_acqParams.repeatCount; }
+    virtual double acqTime() { return m_acqParams.acqTime; }
+    virtual void setAcqParams(const AcqParams& params);
+    virtual AcqParams& acqParams() { return m_acqParams; }
+    virtual void setTpParams(const TpParams& params) { m_tpParams = params; }
+    virtual TpParams& tpParams() { return m_tpParams; }
+    virtual int setBias(double volts) { return m_dev->setBias(volts); }
+    virtual double bias() { return m_dev->bias(); }
+    virtual void showMaskedPixels(bool show);
+    virtual int doDigitalTest(bool unused, unsigned* a, unsigned* b);
+    virtual QString deviceStatusText();
+    virtual int deviceStatus() { return m_dev->deviceStatus(); }
+    virtual bool isNormalizedByTime() const { return normalizeByTimeOn; }
+    virtual double frameMinRange() const { return m_frameMinRange; }
+    virtual double frameMaxRange() const { return m_frameMaxRange; }
+    virtual int lastAcqResult() const { return m_lastAcqResult.load(); }
+    virtual uint32_t supportedAcqTypes() const { return m_dev->supportedAcqTypes(); }
+    virtual int acqDataCount() const;
+    virtual int acqFrameCount() const;
+    // Takes over the caller's reference on frame.
+    virtual void setFrame(ov::IMpxFrame* frame);
+    virtual void showMpxFrame(ov::IMpxFrame* frame);
+    // While a series runs: true restores its length, false lets the device end it
+    // after the repeat in progress. Outside a run it does nothing.
+    virtual void setAcqRepeatEnabled(bool enabled);
+    virtual void setFrameRange(double min, double max);
+    // Frames and data with a reference for the caller; null when there is none.
+    virtual ov::IMpxFrame* lastFrame() const;
+    virtual ov::IData* lastAcqData() const;
+    virtual ov::IMpxFrame* frame(unsigned long index) const;
+    virtual ov::IData* acqData(unsigned long index) const;
+    // Draws frame (null: nothing) in the frame widget.
+    virtual void showFrame(ov::IMpxFrame* frame);
+    virtual void showPixCfgFrame(PixCfgType type);
+    // The measurement itself, on the worker thread; empty here, the families run it.
+    virtual void run();
+    virtual void onAcqFinish(long frameIndex);
+    virtual void onAcqRepeatFinish(long data);
+    virtual void onAcqRepeatStart(long repeatIndex);
+    virtual void onPixCfgChanged();
+    virtual QString onFrameTooltip(unsigned x, unsigned y, double value);
+    virtual void prepareSubFrameTabs();
+    virtual void removeAllFrameTabs();
+    virtual void clearLoadedData();
+    virtual void setAcqFinishedDacValues();
+    virtual void onDevStgChanged();
+    virtual void onAcqDataChanged();
+
+    // The frame on show, under the mutex; setCurrentFrame takes its own reference.
+    void setCurrentFrame(ov::IMpxFrame* frame);
+    ov::RefData<ov::IMpxFrame> currentFrame() const;
+
+    // Number of detached threads of all controllers (measurements and aborts) that
+    // have not ended yet.
+    static int detachedThreadCount() { return detachedThreads.load(); }
+
+signals:
+    void acqMeasStarted();
+    void acqMeasFinished();
+    void acqSingleFinished();
+    void acqRepeatFinished();
+    void acqRepeatStarted();
+    void acqAllFinished(int result);
+    void sigNewData(int index);
+    void progress(double percent, unsigned frame);
+    void acqFrameCountChange(int count);
+    void frameTabChanged(int index);
+    void sigAcqDataChanged();
+    void sigShowFrame();
+    void sigShowPixCfgFrame();
+    void sigPixCfgChanged();
+    void sigDacsChanged();
+    void sigFiltersChanged();
+    void sigDeviceStatusChanged(int status, QString text);
+    void sigDeviceStgChanged();
+    void sigBiasChanged();
+    void sigDevLockChanged();
+    void sigFrameMouseMove(int x, int y, double value);
+    void sigAcqParamsChanged();
+    void sigProgressDialogFinished(int code, QString message);
+
+public slots:
+    void onShowFrame();
+    void onShowPixCfgFrame();
+    void onCurrentTabChanged(int index);
+    void onFrameZoomRectChanged(QRect rect);
+    void onSelectionRectsChanged(QList<QRect> rects);
+    void onMpxFrameMouseLeave();
+    void onNewData(int index);
+    void onProgressDialogFinished(int code, QString message);
+    void onRangeChanged(double min, double max);
+
+protected:
+    // The steps of run() shared by the Timepix, Medipix3 and Timepix2 families:
+    // fill the records, make the blocking device call, report the result.
+    void runAdvancedAcquisition();
+
+    static void runWrapper(DevCtrlMpx* ctrl);
+    static void onPixCfgChangedWrapper(long data, long user);
+    static void onAcqMeasStartedWrapper(long data, long user);
+    static void onAcqMeasFinishedWrapper(long data, long user);
+    static void onAcqFinishWrapper(long data, long user);
+    static void onAcqRepeatFinishWrapper(long data, long user);
+    static void onAcqRepeatStartWrapper(long data, long user);
+    static void onNewDataWrapper(long data, long user);
+    static void onDacsChangedWrapper(long data, long user);
+    static void onDeviceStatusChangedWrapper(long data, long user);
+    static void onFiltersChangedWrapper(long data, long user);
+    static void onDeviceStgChangedWrapper(long data, long user);
+    static void onBiasChangedWrapper(long data, long user);
+    static void onDevLockChangedWrapper(long data, long user);
+    static QString onFrameTooltipWrapper(unsigned x, unsigned y, double value, void* user);
+
+    // Seconds since the epoch, truncated to microseconds.
+    static double nowSeconds();
+
+    // Guards currentFrameRef.
+    mutable std::recursive_mutex mutex;
+    ov::IOrvel* m_orvel;
+    ov::IDevMpx* m_dev;
+    QMpxFrame* mpxFrame;
+    QTabBar* frameTabs;
+    PnlImageProps* imagePropsPanel = nullptr;
+    PnlImageInfo* imageInfoPanel = nullptr;
+    PnlHistogram* histogramPanel = nullptr;
+    QProgressDialog* progressDialog = nullptr;
+    ov::RefData<ov::IMpxFrame> currentFrameRef;
+    ov::RefData<ov::IMpxFrame> pixCfgFrame;
+    ov::RefData<ov::IMpxFrame> processedFrame;
+    ov::IDataFilter* filter = nullptr;
+    std::atomic<PixCfgType> pixCfgType {PixCfgNone};
+    ov::DataBuff<unsigned char> maskBuff;
+    AcqParams m_acqParams;
+    TpParams m_tpParams;
+    // The live series description while run() is in the device call, else null.
+    std::atomic<RepeatDesc*> activeRepeat {nullptr};
+    std::vector<FileInfo> loadedFiles;
+    ov::RefData<ov::IData> loadedData;
+    QList<QRect> selectionRects;
+    std::atomic<int> m_curAcq {0};
+    std::atomic<int> m_curRepeat {0};
+    int currentSubFrame = -1;
+    std::atomic<unsigned> activeRepeatCount {0};
+    std::atomic<int> m_lastAcqResult {0};
+    std::atomic<bool> stopRequested {false};
+    std::atomic<bool> acqRunning {false};
+    std::atomic<bool> autoUpdate {true};
+    bool showMasked = false;
+    bool fixedTabs = false;
+    bool normalizeByTimeOn = false;
+    std::atomic<bool> deviceLocked {false};
+    std::vector<std::tuple<int, int, int>> pendingDacs; // (dac, chip, value)
+    std::atomic<double> lastFrameUpdate {0.0};
+    std::atomic<bool> frameShown {true};
+    double m_frameMinRange = 0.0;
+    double m_frameMaxRange = 1.0;
+
+private:
+    // Storage of the live series description: it outlives run(), so a late write of
+    // setAcqRepeatEnabled lands in memory that is still ours. Aligned so that the
+    // count can be written atomically.
+    alignas(8) RepeatDesc repeatStore {};
+
+    static std::atomic<int> detachedThreads;
+};
+
+} // namespace PluginDevControl
