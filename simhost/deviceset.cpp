@@ -152,6 +152,18 @@ bool parseDeviceWords(const QStringList& words, DeviceDesc* out, QString* error)
         const QString value = option.section(QLatin1Char('='), 1);
         if (key == QLatin1String("edu") && !option.contains(QLatin1Char('='))) {
             desc.education = true;
+        } else if (key == QLatin1String("mpx2") && !option.contains(QLatin1Char('='))) {
+            if (desc.kind != KindTimepix)
+                return fail(QStringLiteral("option mpx2 is for kind timepix only"));
+            desc.medipix2 = true;
+        } else if (key == QLatin1String("events")) {
+            if (value == QLatin1String("thread"))
+                desc.eventThread = true;
+            else if (value == QLatin1String("direct"))
+                desc.eventThread = false;
+            else
+                return fail(
+                    QStringLiteral("bad event delivery '%1' (direct or thread)").arg(value));
         } else if (key == QLatin1String("chips")) {
             if (!parsePositive(value, 64, &desc.chips))
                 return fail(QStringLiteral("bad chip count '%1'").arg(value));

@@ -34,7 +34,9 @@ struct DeviceDesc
     int chips = 1;   // detectors
     int width = 256; // detectors and the file device, in pixels
     int height = 256;
-    int outputs = 1; // high-voltage source
+    int outputs = 1;          // high-voltage source
+    bool medipix2 = false;    // kind 1: a Medipix2 instead of a Timepix (option mpx2)
+    bool eventThread = false; // events from a host event thread (option events=thread)
 
     QString interfaceWord() const { return name.section(QLatin1Char(' '), 0, 0); }
     bool isDetector() const { return kind >= KindTimepix && kind <= KindTimepix2; }
@@ -64,7 +66,8 @@ std::vector<DeviceDesc> defaultDeviceSet();
 DeviceDesc makeDeviceDesc(int kind, uint32_t serial);
 
 // One device from its words: KIND NAME SERIAL [OPTION...]. NAME is one quoted word or
-// two words. Options: edu, chips=N, size=WxH, outputs=N.
+// two words. Options: edu, chips=N, size=WxH, outputs=N, mpx2 (kind 1: a Medipix2),
+// events=direct|thread (how the device delivers its events).
 bool parseDeviceWords(const QStringList& words, DeviceDesc* out, QString* error);
 // A whole device-set text; errors read "<label>:<line>: <why>".
 bool parseDeviceSet(

@@ -12,6 +12,7 @@ void SimDevice::attach(const Attachment& attachment)
 {
     m_id.store(attachment.id);
     m_menu.store(attachment.menu);
+    m_frameMemoryMb.store(attachment.frameMemoryMb);
     std::lock_guard<std::mutex> lock(m_mutex);
     m_hostLog = attachment.hostLog;
     m_configPath = attachment.configPath;
@@ -36,6 +37,11 @@ int SimDevice::addEventCallback(const char* name, ov::EventCallback cb, void* us
 }
 
 int SimDevice::fireEvent(const char* name, long data)
+{
+    return deliverEvent(name, data);
+}
+
+int SimDevice::deliverEvent(const char* name, long data)
 {
     return name ? m_events.fire(name, data) : 0;
 }

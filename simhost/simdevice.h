@@ -51,9 +51,13 @@ public:
         const ov::IMenuItem* menu = nullptr;
         QString configPath;
         QString factoryConfigPath;
+        double frameMemoryMb = 4096.0; // "MaxFrameMemory" of the core settings
     };
     void attach(const Attachment& attachment);
     uint64_t id() const { return m_id; }
+    // Memory the device may keep for the frames of its last measurement, in MB.
+    double frameMemoryMb() const { return m_frameMemoryMb.load(); }
+    void setFrameMemoryMb(double mb) { m_frameMemoryMb.store(mb); }
 
     // Record of IDev::deviceInfo: interface word (at most 7 characters, always
     // NUL-terminated) at byte 0, record kind at byte 8 (0, or 22 for an education
@@ -62,8 +66,11 @@ public:
 
     // Named device events ("LockChanged", "DeviceStatusChanged", ...).
     int addEventCallback(const char* name, ov::EventCallback cb, void* user);
+    // Raises an event. Here: calls every subscriber of name on the calling thread and
+    // returns how many; a device with its own event delivery may queue it instead.
+    virtual int fireEvent(const char* name, long data);
     // Calls every subscriber of name on the calling thread; returns how many.
-    int fireEvent(const char* name, long data);
+    int deliverEvent(const char* name, long data);
 
     // Log lines go to the device's own callbacks and, prefixed with the device name, to
     // the host log.
@@ -83,6 +90,9 @@ public:
     // Asks the running operation to stop; the operation polls abortRequested().
     virtual int requestAbort();
     bool abortRequested() const { return m_abort.load(); }
+    // Sets the abort flag without a log line (for a device going away, when the host's
+    // log may already be gone).
+    void raiseAbortFlag() { m_abort.store(true); }
     void clearAbort() { m_abort.store(false); }
 
     // Re-opens the device: clears the status to ready and the abort flag.
@@ -100,6 +110,7 @@ public:
 private:
     const DeviceDesc m_desc;
     std::atomic<uint64_t> m_id {0};
+    std::atomic<double> m_frameMemoryMb {4096.0};
     std::atomic<const ov::IMenuItem*> m_menu {nullptr};
     EventTable m_events;
     CallbackList<ov::LogCallback> m_logCallbacks;

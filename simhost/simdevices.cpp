@@ -1,5 +1,7 @@
 #include "simdevices.h"
 
+#include "timepixdevice.h"
+
 namespace sim {
 
 PlainDevice::PlainDevice(const DeviceDesc& desc) : DeviceBase<ov::IDev>(desc) { }
@@ -8,6 +10,7 @@ std::shared_ptr<SimDevice> createDevice(const DeviceDesc& desc)
 {
     switch (desc.kind) {
     case KindTimepix:
+        return std::make_shared<TimepixDevice>(desc);
     case KindMedipix3:
     case KindTimepix3:
     case KindTimepix2:

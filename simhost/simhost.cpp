@@ -192,6 +192,10 @@ ov::IDev* SimHost::connectDevice(std::shared_ptr<SimDevice> device)
     attachment.configPath = QDir(devicesDir()).filePath(key + QStringLiteral(".cfg"));
     attachment.factoryConfigPath
         = QDir(devicesDir()).filePath(key + QStringLiteral(".factory.cfg"));
+    bool mbOk = false;
+    const double mb = m_core->value(QLatin1String(CoreSettings::kMaxFrameMemory)).toDouble(&mbOk);
+    if (mbOk && mb > 0.0)
+        attachment.frameMemoryMb = mb;
     device->attach(attachment);
     {
         std::lock_guard<std::mutex> lock(m_devicesMutex);

@@ -1,0 +1,165 @@
+// The host's frame: a counted matrix of pixels of one of the four frame types, with a
+// name, an acquisition time, optional sub-frames and the statistics the plug-in asks
+// for.
+//
+// Reference counting is atomic; a new frame starts with one reference owned by its
+// creator and deletes itself when the last one is dropped. Pixel data are not guarded:
+// as with the real host, a frame that has been handed out is only read, and a writer
+// (setData, scale, convertTo) must own the frame exclusively.
+#pragma once
+
+#include "livecounter.h"
+
+#include <ovdetector.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+// Bytes of one pixel of a frame type; 0 for an unknown type.
+size_t frameTypeSize(int dataType);
+bool isFrameType(int dataType);
+
+class SimFrame final : public ov::IMpxFrame
+{
+public:
+    // A zero-filled frame with one reference; null for a bad type or size.
+    static SimFrame* create(unsigned width, unsigned height, int dataType);
+
+    // ov::IRefCounted: both return the new count.
+    int incRef() override;
+    int decRef() override;
+    int refCount() const { return m_refs.load(); }
+
+    // ov::IMpxFrame
+    using ov::IMpxFrame::frameName;
+    using ov::IMpxFrame::subFrames;
+    // Files come with the data formats; until then -1.
+    int saveToFile(ov::IFilePath* path, ov::IFileType* type, unsigned flags) override;
+    uint64_t frameInfoSource() const override { return m_infoSource; }
+    void setFrameInfoSource(uint64_t source) override { m_infoSource = source; }
+    // bytes must be exactly pixelCount() times the pixel size of dataType(); else -1.
+    int setData(const void* data, size_t bytes) override;
+    // Resizes out to pixelCount() elements of the wanted type and converts (rounding
+    // and clamping to the range of an integer type); -1 for a bad type or null out.
+    int getData(ov::IByteBuff* out, int dataType) override;
+    // A window on the pixels of the whole frame (chip 0 or -1); other chips: -1, since
+    // the pixels of one chip of a multi-chip frame are not contiguous.
+    int dataRef(ov::IRefByteBuff* out, int chip = 0) override;
+    size_t pixelCount() const override { return size_t(m_width) * m_height; }
+    unsigned width() const override { return m_width; }
+    unsigned height() const override { return m_height; }
+    uint8_t dataType() const override { return static_cast<uint8_t>(m_type); }
+    int convertTo(int dataType) override;
+    bool hasPixCfgInfo() const override { return m_mask && !m_mask->empty(); }
+    int frameName(ov::IString* out) const override;
+    int setFrameName(const char* name) override;
+    // A deep copy (pixels, name, time, info source, mask and sub-frames) with one
+    // reference.
+    ov::IMpxFrame* clone() const override;
+    // Multiplies every pixel by factor; a time > 0 becomes the frame's acquisition time.
+    int scale(double factor, double time) override;
+    double maxValue(const ov::Region* region) override;
+    double minValue(const ov::Region* region) override;
+    double minNonZero(const ov::Region* region) override;
+    double regionMean(const ov::Region* region) override;
+    double regionTotal(const ov::Region* region) override;
+    double regionDeviation(const ov::Region* region) override;
+    int pixelCountInRegion(const ov::Region* region) override;
+    double acqTime() const override { return m_acqTime; }
+    // Counts the pixels of the region into bins equal bins over [min, max] (max falls
+    // into the last bin, values outside are not counted). With max <= min the range of
+    // the region is used. Returns the number of pixels counted, or -1.
+    int histogram(int bins, double* out, const ov::Region* region, double min, double max) override;
+    // The value below which the fraction q of the region's pixels lies, read from a
+    // histogram of bins bins over the region's range and interpolated inside the bin.
+    double fractile(double q, int bins, const ov::Region* region) override;
+    int subFrameCount() const override { return static_cast<int>(m_subFrames.size()); }
+    // Adds the sub-frames without references (they live as long as this frame).
+    int subFrames(ov::PtrList<ov::IMpxFrame*>* out) override;
+    int setAcqTime(double seconds) override;
+
+    // Host side.
+    // Takes a reference on frame and keeps it as the next sub-frame.
+    int addSubFrame(SimFrame* frame);
+    SimFrame* subFrame(int index) const;
+    void* rawData() { return m_data.data(); }
+    const void* rawData() const { return m_data.data(); }
+    template <typename T>
+    T* pixels()
+    {
+        return reinterpret_cast<T*>(m_data.data());
+    }
+    template <typename T>
+    const T* pixels() const
+    {
+        return reinterpret_cast<const T*>(m_data.data());
+    }
+    double pixel(size_t index) const;
+    // The mask of the pixel configuration in effect when the frame was made (one byte a
+    // pixel, 1 masked); empty when the frame has none.
+    // The vector is shared by the frames of one measurement and never changed.
+    void setMask(std::shared_ptr<const std::vector<uint8_t>> mask);
+    const std::vector<uint8_t>& mask() const;
+    // Memory held by the pixels of this frame and its sub-frames.
+    size_t memoryBytes() const;
+    std::string name() const { return m_name; }
+
+private:
+    SimFrame(unsigned width, unsigned height, int dataType);
+    ~SimFrame();
+
+    struct Stats
+    {
+        size_t count = 0;
+        double min = 0.0;
+        double max = 0.0;
+        double minNonZero = 0.0;
+        bool hasNonZero = false;
+        double sum = 0.0;
+        double sumSquares = 0.0;
+    };
+    Stats stats(const ov::Region* region) const;
+    // Calls fn(index) for every pixel of the region, each once.
+    template <class Fn>
+    void forEachIndex(const ov::Region* region, Fn fn) const;
+
+    std::atomic<int> m_refs {1};
+    unsigned m_width;
+    unsigned m_height;
+    int m_type;
+    std::vector<unsigned char> m_data;
+    std::string m_name;
+    double m_acqTime = 0.0;
+    uint64_t m_infoSource = 0;
+    std::shared_ptr<const std::vector<uint8_t>> m_mask;
+    std::vector<SimFrame*> m_subFrames;
+    LiveToken<Counted::Frame> m_live;
+};
+
+// Calls fn(T{}) with T the pixel type of a frame type (int16_t, uint32_t, uint64_t,
+// double); the type must be valid.
+template <class Fn>
+auto visitFrameType(int dataType, Fn&& fn)
+{
+    switch (dataType) {
+    case ov::FrameInt16:
+        return fn(int16_t {});
+    case ov::FrameUInt32:
+        return fn(uint32_t {});
+    case ov::FrameUInt64:
+        return fn(uint64_t {});
+    default:
+        return fn(double {});
+    }
+}
+
+// value rounded and clamped into the range of T (unchanged for double).
+template <typename T>
+T clampToType(double value);
+
+} // namespace sim

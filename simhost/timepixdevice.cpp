@@ -1,0 +1,801 @@
+#include "timepixdevice.h"
+
+#include "acquisition.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+namespace sim {
+
+namespace {
+
+bool optionMedipix2(const DeviceDesc& desc)
+{
+    return desc.medipix2;
+}
+
+} // namespace
+
+TimepixDevice::TimepixDevice(const DeviceDesc& desc)
+    : DeviceBase<ov::IDevMpx2>(desc),
+      m_medipix2(optionMedipix2(desc)),
+      m_width(desc.width > 0 ? desc.width : 256),
+      m_height(desc.height > 0 ? desc.height : 256),
+      m_chips(desc.chips > 0 ? desc.chips : 1),
+      m_delivery([this](const std::string& name, long data) { deliverEvent(name.c_str(), data); },
+          desc.eventThread ? EventDelivery::HostThread : EventDelivery::Direct),
+      m_pixCfg(std::make_unique<SimPixCfg>(unsigned(m_width), unsigned(m_height),
+          m_medipix2 ? SimPixCfg::KindMedipix2 : SimPixCfg::KindTimepix)),
+      m_dacs(std::make_unique<SimDacs>(m_medipix2 ? medipix2Dacs() : timepixDacs(), m_chips)),
+      m_senseRng(seedOf(desc.serial, 0x5e75e)),
+      m_seed(seedOf(desc.serial, 0xf4a3e5)),
+      m_physics(m_width, m_height, m_chips, seedOf(desc.serial, 0x9d75c5))
+{
+    m_pixCfg->setChangeHook([this] { raise("PixCfgChanged", 0); });
+    m_dacs->setChangeHook([this] { raise("DacsChanged", 0); });
+    // Each chip has its own noise edge and threshold step; the factory calibration
+    // knows them to within a little (Medipix2 chips come uncalibrated).
+    Rng rng(seedOf(desc.serial, 0xca11b));
+    m_cal.resize(size_t(m_chips));
+    for (ChipCal& c : m_cal) {
+        c.noiseEdge = 430.0 + 8.0 * rng.normal();
+        c.keVPerStep = 0.091 * (1.0 + 0.02 * rng.normal());
+        if (!m_medipix2) {
+            c.a = -c.keVPerStep * (1.0 + 0.005 * rng.normal());
+            c.b = c.noiseEdge * c.keVPerStep + 0.1 * rng.normal();
+        }
+    }
+    if (m_chips == 4 && m_width == 512 && m_height == 512) {
+        m_layoutWidth = 2;
+        m_layoutHeight = 2;
+    } else {
+        m_layoutWidth = unsigned(m_chips);
+        m_layoutHeight = 1;
+    }
+    for (int i = 0; i < m_chips; ++i) {
+        m_layoutIndexes.push_back(unsigned(i));
+        m_layoutRotations.push_back(0);
+    }
+}
+
+TimepixDevice::~TimepixDevice()
+{
+    // No log line here: the host destroys its devices after its own log.
+    raiseAbortFlag();
+    std::lock_guard<std::mutex> lock(m_acqMutex);
+    m_delivery.flush();
+}
+
+int TimepixDevice::fireEvent(const char* name, long data)
+{
+    if (!name)
+        return 0;
+    m_delivery.post(name, data);
+    return 0;
+}
+
+void TimepixDevice::setSource(const SourceSettings& source)
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_source = source;
+    }
+    settingsChanged();
+}
+
+SourceSettings TimepixDevice::source() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_source;
+}
+
+void TimepixDevice::setSeed(uint64_t seed)
+{
+    m_seed.store(seed);
+    m_sequence.store(0);
+}
+
+int TimepixDevice::thlDac() const
+{
+    return m_dacs->indexOf(m_medipix2 ? "THLFine" : "THL");
+}
+
+int TimepixDevice::thlCoarseDac() const
+{
+    return m_dacs->indexOf("THLCoarse");
+}
+
+double TimepixDevice::effectiveThl(int chip, const std::vector<int>& dacs) const
+{
+    const size_t n = size_t(m_dacs->dacCount());
+    const int fine = dacs[size_t(chip) * n + size_t(thlDac())];
+    const int coarse = dacs[size_t(chip) * n + size_t(thlCoarseDac())];
+    return fine + 80.0 * (coarse - 7);
+}
+
+double TimepixDevice::trueThresholdKeV(int chip) const
+{
+    if (chip < 0 || chip >= m_chips)
+        return 0.0;
+    const std::vector<int> dacs = m_dacs->snapshot();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const ChipCal& c = m_cal[size_t(chip)];
+    return (c.noiseEdge - effectiveThl(chip, dacs)) * c.keVPerStep;
+}
+
+bool TimepixDevice::refreshPhysics()
+{
+    const uint64_t key[3] = {m_settingsVersion.load(), m_pixCfg->version(), m_dacs->version()};
+    if (std::equal(key, key + 3, m_physicsKey))
+        return false;
+    std::copy(key, key + 3, m_physicsKey);
+    PhysicsInputs in;
+    in.timepix = !m_medipix2;
+    in.pixels = m_pixCfg->snapshot();
+    const std::vector<int> dacs = m_dacs->snapshot();
+    const size_t n = size_t(m_dacs->dacCount());
+    const int preamp = m_dacs->indexOf("Preamp");
+    const int ikrum = m_dacs->indexOf("IKrum");
+    const int thhFine = m_dacs->indexOf("THHFine");
+    const int thhCoarse = m_dacs->indexOf("THHCoarse");
+    std::lock_guard<std::mutex> lock(m_mutex);
+    in.source = m_source;
+    in.biasVolts = m_bias;
+    in.chips.resize(size_t(m_chips));
+    for (int c = 0; c < m_chips; ++c) {
+        // The physics counts chips by their place on the matrix: the chip placed at a
+        // position lends that position its settings.
+        const int chip = int(m_layoutIndexes[size_t(c)]);
+        const ChipCal& cal = m_cal[size_t(chip)];
+        ChipSettings& s = in.chips[size_t(c)];
+        s.thresholdKeV = (cal.noiseEdge - effectiveThl(chip, dacs)) * cal.keVPerStep;
+        s.gain = dacs[size_t(chip) * n + size_t(preamp)] / 255.0;
+        const double krum = std::max(1, dacs[size_t(chip) * n + size_t(ikrum)]);
+        s.totPerKeV = 1.0 * std::sqrt(5.0 / krum);
+        s.clockMHz = m_medipix2 ? 48.0 : m_clock;
+        if (m_medipix2) {
+            const double thh = dacs[size_t(chip) * n + size_t(thhFine)]
+                + 80.0 * (dacs[size_t(chip) * n + size_t(thhCoarse)] - 7);
+            s.upperKeV = (cal.noiseEdge - thh) * cal.keVPerStep;
+        }
+    }
+    m_physics.setInputs(in);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------
+// Measurement
+
+class TimepixDevice::Series final : public SeriesTarget
+{
+public:
+    Series(TimepixDevice& dev, const AcqRecord& acq, const TestPulseRecord* tp)
+        : m_dev(dev), m_acq(acq), m_tp(tp)
+    { }
+
+    void post(const char* event, long data) override { m_dev.m_delivery.post(event, data); }
+    bool aborted() const override { return m_dev.abortRequested(); }
+
+    int runRound(int) override
+    {
+        m_dev.m_store.clear();
+        const size_t n = size_t(m_dev.m_width) * size_t(m_dev.m_height);
+        SimFrame* sum = nullptr;
+        if (m_acq.integral)
+            sum = SimFrame::create(
+                unsigned(m_dev.m_width), unsigned(m_dev.m_height), ov::FrameUInt32);
+        std::vector<int16_t> scratch(n);
+        int result = AcqOk;
+        for (uint32_t i = 1; i <= m_acq.count; ++i) {
+            if (aborted()) {
+                result = AcqErrAborted;
+                break;
+            }
+            const auto start = std::chrono::steady_clock::now();
+            SimFrame* frame = nullptr;
+            if (!sum) {
+                frame = SimFrame::create(
+                    unsigned(m_dev.m_width), unsigned(m_dev.m_height), ov::FrameInt16);
+                makeFrame(frame->pixels<int16_t>());
+            } else {
+                makeFrame(scratch.data());
+                uint32_t* acc = sum->pixels<uint32_t>();
+                for (size_t p = 0; p < n; ++p)
+                    acc[p] += uint32_t(scratch[p]);
+            }
+            // The shutter stays open for the acquisition time (test pulses take at
+            // least as long as their pulses); time 0 does not wait at all.
+            const double elapsed
+                = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            if (!waitAbortable(*this, frameSeconds() - elapsed)) {
+                if (frame)
+                    frame->decRef();
+                result = AcqErrAborted;
+                break;
+            }
+            if (frame) {
+                store(frame, i);
+                frame->decRef();
+            } else if (i == m_acq.count) {
+                store(sum, i);
+            } else {
+                post("AcqFinished", long(i));
+            }
+        }
+        if (sum)
+            sum->decRef();
+        return result;
+    }
+
+private:
+    double frameSeconds() const
+    {
+        double t = m_acq.time;
+        if (m_tp) {
+            const double spacing = std::max<uint32_t>(m_acq.spacing, 1);
+            t = std::max(t, m_tp->count * m_tp->period * spacing * spacing);
+        }
+        return t;
+    }
+
+    void makeFrame(int16_t* out)
+    {
+        m_dev.refreshPhysics();
+        const uint64_t seq = m_dev.m_sequence.fetch_add(1);
+        Rng rng(seedOf(m_dev.m_seed.load(), seq));
+        if (m_tp)
+            m_dev.m_physics.testPulseFrame(rng, *m_tp, out);
+        else
+            m_dev.m_physics.frame(rng, std::max(m_acq.time, kMinAcqTime), out);
+        m_mask = maskOf();
+    }
+
+    std::shared_ptr<const std::vector<uint8_t>> maskOf()
+    {
+        // One mask vector for all frames made under the same configuration.
+        const uint64_t version = m_dev.m_pixCfg->version();
+        if (!m_mask || version != m_maskVersion) {
+            m_maskVersion = version;
+            return std::make_shared<const std::vector<uint8_t>>(
+                m_dev.m_physics.inputs().pixels.mask);
+        }
+        return m_mask;
+    }
+
+    void store(SimFrame* frame, uint32_t index)
+    {
+        frame->setAcqTime(m_acq.time);
+        frame->setMask(m_mask);
+        frame->setFrameInfoSource((uint64_t(m_dev.serial()) << 32) | index);
+        const std::string name = (m_acq.integral ? std::string("Integral ") : std::string("Frame "))
+            + std::to_string(index);
+        frame->setFrameName(name.c_str());
+        SimData* data = SimData::create(ov::DataFrames);
+        data->addFrame(frame);
+        const int at = m_dev.m_store.add(data);
+        data->decRef();
+        post("AcqFinished", long(index));
+        post("AcqNewData", long(at));
+    }
+
+    TimepixDevice& m_dev;
+    const AcqRecord& m_acq;
+    const TestPulseRecord* m_tp;
+    std::shared_ptr<const std::vector<uint8_t>> m_mask;
+    uint64_t m_maskVersion = 0;
+};
+
+int TimepixDevice::doAdvancedAcquisition(
+    const void* acqDesc, const void* repeatDesc, const void* testPulses)
+{
+    AcqRecord acq;
+    int rc = parseAcqRecord(acqDesc, &acq);
+    if (rc != AcqOk)
+        return rc;
+    if (acq.time > kMaxAcqTime)
+        return AcqErrBadTime;
+    if (acq.mode & ~capabilityFlags())
+        return AcqErrUnsupported;
+    RepeatRecord repeat;
+    if (repeatDesc && (rc = parseRepeatRecord(repeatDesc, &repeat)) != AcqOk)
+        return rc;
+    TestPulseRecord tp;
+    if (acq.testPulses) {
+        if (!testPulses || parseTestPulseRecord(testPulses, &tp) != AcqOk || tp.count == 0
+            || tp.count > kMaxPulseCount || !(tp.height > 0.0) || tp.height > kMaxPulseHeight
+            || !(tp.period > 0.0) || tp.period > kMaxPulsePeriod)
+            return AcqErrBadTestPulses;
+        if (acq.spacing == 0)
+            return AcqErrBadFlag;
+    }
+    if (locked())
+        return AcqErrLocked;
+    std::unique_lock<std::mutex> busy(m_acqMutex, std::try_to_lock);
+    if (!busy.owns_lock())
+        return AcqErrBusy;
+    m_running.store(true);
+    clearAbort();
+    m_store.setLimitBytes(static_cast<size_t>(std::max(0.0, frameMemoryMb()) * 1048576.0));
+    if (!acq.outputFile.empty())
+        log(ov::LogInfo,
+            QStringLiteral("Output file %1: file output is not written by this host yet")
+                .arg(QString::fromUtf8(acq.outputFile.c_str())));
+
+    Series series(*this, acq, acq.testPulses ? &tp : nullptr);
+    int result = AcqOk;
+    if (acq.refreshDacs) {
+        // New DACs settle for the DAC delay before the shutter opens.
+        if (!waitAbortable(series, dacDelay() / 1000.0))
+            result = AcqErrAborted;
+    }
+    if (result == AcqOk)
+        result = runSeries(series, repeatDesc, repeat);
+    else {
+        series.post("AcqMeasStarted", 0);
+        series.post("AcqMeasFinished", result);
+    }
+    m_delivery.flush();
+    m_running.store(false);
+    return result;
+}
+
+// ---------------------------------------------------------------------------------
+// Store
+
+ov::IData* TimepixDevice::acqDataRefInc(unsigned index)
+{
+    return index > 0x7fffffffu ? nullptr : m_store.dataRefInc(int(index));
+}
+
+ov::IData* TimepixDevice::lastAcqDataRefInc(int index)
+{
+    return m_store.lastDataRefInc(index);
+}
+
+ov::IMpxFrame* TimepixDevice::lastAcqFrameRefInc()
+{
+    return m_store.lastFrameRefInc();
+}
+
+ov::IMpxFrame* TimepixDevice::acqFrameRefInc(unsigned index)
+{
+    return index > 0x7fffffffu ? nullptr : m_store.frameRefInc(int(index));
+}
+
+// ---------------------------------------------------------------------------------
+// Device settings
+
+int TimepixDevice::loadConfigFile(ov::IFilePath*)
+{
+    return -1;
+}
+
+int TimepixDevice::saveConfigFile(ov::IFilePath*)
+{
+    return -1;
+}
+
+int TimepixDevice::deviceStatusText(ov::IString* out)
+{
+    if (!out)
+        return -1;
+    out->set(statusMessage().toUtf8().constData());
+    return 0;
+}
+
+int TimepixDevice::doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFrame** out)
+{
+    // Writes a pattern into every counter and reads it back: dead pixels fail. The
+    // frame holds 1 for a good pixel and 0 for a failed one.
+    SimFrame* frame = SimFrame::create(unsigned(m_width), unsigned(m_height), ov::FrameInt16);
+    int16_t* p = frame->pixels<int16_t>();
+    std::fill(p, p + frame->pixelCount(), int16_t(1));
+    for (uint32_t dead : m_physics.deadPixels())
+        p[dead] = 0;
+    if (errors)
+        *errors = unsigned(m_physics.deadPixels().size());
+    if (total)
+        *total = pixelCount();
+    frame->setFrameName("Digital test");
+    if (out)
+        *out = frame;
+    else
+        frame->decRef();
+    return 0;
+}
+
+uint32_t TimepixDevice::capabilityFlags()
+{
+    return m_medipix2 ? 0u : uint32_t(ov::CapHwTriggerStart | ov::CapHwTriggerStop);
+}
+
+int TimepixDevice::setBias(double volts)
+{
+    if (!(volts >= 0.0) || volts > kBiasMax)
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_bias = volts;
+    }
+    settingsChanged();
+    raise("BiasChanged", 0);
+    return 0;
+}
+
+double TimepixDevice::bias()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_bias;
+}
+
+double TimepixDevice::senseBiasVoltage()
+{
+    if (m_medipix2)
+        return 0.0;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_bias * (1.0 + 0.002 * m_senseRng.normal()) + 0.05 * m_senseRng.normal();
+}
+
+double TimepixDevice::senseBiasCurrent()
+{
+    // Leakage current in microamperes: grows with the depleted depth, plus noise.
+    if (m_medipix2)
+        return 0.0;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const double depth = std::min(1.0, std::sqrt(m_bias / PhysicsModel::kDepletionVolts));
+    const double current = 0.02 + 0.35 * m_chips * depth + 0.001 * m_bias;
+    return std::max(0.0, current * (1.0 + 0.01 * m_senseRng.normal()));
+}
+
+bool TimepixDevice::isSensorRefreshEnabled()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_sensorRefresh;
+}
+
+int TimepixDevice::setSensorRefreshEnabled(bool on)
+{
+    if (m_medipix2)
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_sensorRefresh = on;
+    }
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+int TimepixDevice::setDacs(ov::IMpxDacs* dacs)
+{
+    auto* table = dynamic_cast<SimDacs*>(dacs);
+    if (!table)
+        return -1;
+    return m_dacs->assign(*table);
+}
+
+int TimepixDevice::setPixCfg(ov::IMpxPixCfg* cfg)
+{
+    auto* config = dynamic_cast<SimPixCfg*>(cfg);
+    if (!config)
+        return -1;
+    return m_pixCfg->assign(*config);
+}
+
+int TimepixDevice::chipIds(ov::StrList& out)
+{
+    // Wafer position and wafer number, as printed on the chips.
+    for (int c = 0; c < m_chips; ++c) {
+        const uint32_t s = serial();
+        const char column = char('B' + (s + uint32_t(c) * 3) % 10);
+        const int row = int((s / 10 + uint32_t(c) * 7) % 11) + 1;
+        const QString id = QStringLiteral("%1%2-W%3")
+                               .arg(QChar(column))
+                               .arg(row)
+                               .arg(s % 10000, 4, 10, QLatin1Char('0'));
+        out.add(id.toUtf8().constData());
+    }
+    return 0;
+}
+
+bool TimepixDevice::chipPolarity(int chip)
+{
+    return chipPolarity(chip, nullptr);
+}
+
+bool TimepixDevice::chipPolarity(int chip, uint16_t* k)
+{
+    if (chip < 0 || chip >= m_chips)
+        return false;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (k)
+        *k = m_cal[size_t(chip)].k;
+    return m_cal[size_t(chip)].positive;
+}
+
+int TimepixDevice::setChipPolarity(int chip, bool positive)
+{
+    if (chip < 0 || chip >= m_chips)
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_cal[size_t(chip)].positive = positive;
+    }
+    settingsChanged();
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+int TimepixDevice::chipLayout(
+    unsigned* width, unsigned* height, unsigned* chipIndexes, unsigned* rotations)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (width)
+        *width = m_layoutWidth;
+    if (height)
+        *height = m_layoutHeight;
+    for (int c = 0; c < m_chips; ++c) {
+        if (chipIndexes)
+            chipIndexes[c] = m_layoutIndexes[size_t(c)];
+        if (rotations)
+            rotations[c] = m_layoutRotations[size_t(c)];
+    }
+    return 0;
+}
+
+int TimepixDevice::setChipLayout(
+    unsigned width, unsigned height, unsigned* chipIndexes, unsigned* rotations)
+{
+    // The chips must fill the grid exactly, each chip once; rotations in quarter turns.
+    if (!chipIndexes || width == 0 || height == 0 || width * height != unsigned(m_chips))
+        return -1;
+    std::vector<bool> seen(size_t(m_chips), false);
+    for (int c = 0; c < m_chips; ++c) {
+        const unsigned index = chipIndexes[c];
+        if (index >= unsigned(m_chips) || seen[index] || (rotations && rotations[c] > 3))
+            return -1;
+        seen[index] = true;
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_layoutWidth = width;
+        m_layoutHeight = height;
+        for (int c = 0; c < m_chips; ++c) {
+            m_layoutIndexes[size_t(c)] = chipIndexes[c];
+            m_layoutRotations[size_t(c)] = rotations ? rotations[c] : 0;
+        }
+    }
+    settingsChanged();
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+double TimepixDevice::threshold(uint32_t chip, int kind)
+{
+    const int dac = thlDac();
+    if (kind == ov::ThresholdChip) {
+        return chip < uint32_t(m_chips) ? m_dacs->dacValue(dac, int(chip)) : -1.0;
+    }
+    if (kind == ov::ThresholdAllChips) {
+        double sum = 0.0;
+        for (int c = 0; c < m_chips; ++c)
+            sum += m_dacs->dacValue(dac, c);
+        return sum / m_chips;
+    }
+    if (kind == ov::ThresholdCalibrated) {
+        const std::vector<int> dacs = m_dacs->snapshot();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        double sum = 0.0;
+        int n = 0;
+        for (int c = 0; c < m_chips; ++c) {
+            if (chip != 0xFFFFFFFFu && uint32_t(c) != chip)
+                continue;
+            const ChipCal& cal = m_cal[size_t(c)];
+            if (cal.a == 0.0)
+                return -1.0;
+            sum += cal.a * effectiveThl(c, dacs) + cal.b;
+            ++n;
+        }
+        return n ? sum / n : -1.0;
+    }
+    return -1.0;
+}
+
+int TimepixDevice::setThreshold(uint32_t chip, int kind, double value)
+{
+    const int dac = thlDac();
+    const int maxValue = m_dacs->dacMaxValue(dac);
+    if (!std::isfinite(value))
+        return -1;
+    if (kind == ov::ThresholdChip || kind == ov::ThresholdAllChips) {
+        const long v = std::lround(value);
+        if (v < 0 || v > maxValue)
+            return -1;
+        if (kind == ov::ThresholdChip && chip >= uint32_t(m_chips))
+            return -1;
+        return m_dacs->setDacValue(dac, kind == ov::ThresholdChip ? int(chip) : -1, int(v));
+    }
+    if (kind != ov::ThresholdCalibrated || (chip != 0xFFFFFFFFu && chip >= uint32_t(m_chips)))
+        return -1;
+    // keV to THL through each chip's calibration.
+    SimDacs* copy = m_dacs->makeCopy();
+    const int coarse = thlCoarseDac();
+    int rc = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (int c = 0; c < m_chips && rc == 0; ++c) {
+            if (chip != 0xFFFFFFFFu && uint32_t(c) != chip)
+                continue;
+            const ChipCal& cal = m_cal[size_t(c)];
+            if (cal.a == 0.0) {
+                rc = -1;
+                break;
+            }
+            const double thl = (value - cal.b) / cal.a - 80.0 * (copy->dacValue(coarse, c) - 7);
+            const long v = std::lround(thl);
+            if (v < 0 || v > maxValue)
+                rc = -1;
+            else
+                copy->setDacValue(dac, c, int(v));
+        }
+    }
+    if (rc == 0)
+        rc = m_dacs->assign(*copy);
+    copy->release();
+    return rc;
+}
+
+bool TimepixDevice::isChipCalibrated(uint32_t chip)
+{
+    if (chip >= uint32_t(m_chips))
+        return false;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_cal[chip].a != 0.0;
+}
+
+int TimepixDevice::setChipCalibration(int chip, uint16_t k, double a, double b, double w, double t)
+{
+    if (chip < 0 || chip >= m_chips || !std::isfinite(a) || !std::isfinite(b))
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        ChipCal& c = m_cal[size_t(chip)];
+        c.k = k;
+        c.a = a;
+        c.b = b;
+        c.w = w;
+        c.t = t;
+    }
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+int TimepixDevice::chipCalibration(int chip, double* a, double* b, double* w, double* t)
+{
+    if (chip < 0 || chip >= m_chips)
+        return -1;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const ChipCal& c = m_cal[size_t(chip)];
+    if (a)
+        *a = c.a;
+    if (b)
+        *b = c.b;
+    if (w)
+        *w = c.w;
+    if (t)
+        *t = c.t;
+    return 0;
+}
+
+int TimepixDevice::testPulseLimits(uint32_t* maxCount, double* maxHeight, double* maxPeriod)
+{
+    if (maxCount)
+        *maxCount = kMaxPulseCount;
+    if (maxHeight)
+        *maxHeight = kMaxPulseHeight;
+    if (maxPeriod)
+        *maxPeriod = kMaxPulsePeriod;
+    return 0;
+}
+
+int TimepixDevice::setClock(double mhz)
+{
+    if (m_medipix2 || !(mhz >= 1.0) || mhz > 100.0)
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_clock = mhz;
+    }
+    settingsChanged();
+    raise("TpxClockChanged", 0);
+    return 0;
+}
+
+double TimepixDevice::clock()
+{
+    if (m_medipix2)
+        return 0.0;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_clock;
+}
+
+bool TimepixDevice::isDataCalibrationEnabled()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_dataCalibration;
+}
+
+int TimepixDevice::setDataCalibrationEnabled(bool on)
+{
+    if (m_medipix2)
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_dataCalibration = on;
+    }
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+int TimepixDevice::setCalibrationMatrices(int chip, double* a, double* b, double* c, double* t)
+{
+    if (m_medipix2 || chip < 0 || chip >= m_chips || !a || !b || !c || !t)
+        return -1;
+    constexpr size_t n = 256 * 256;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        ChipCal& cal = m_cal[size_t(chip)];
+        cal.ma.assign(a, a + n);
+        cal.mb.assign(b, b + n);
+        cal.mc.assign(c, c + n);
+        cal.mt.assign(t, t + n);
+    }
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+int TimepixDevice::calibrationMatrices(int chip, double* a, double* b, double* c, double* t)
+{
+    if (m_medipix2 || chip < 0 || chip >= m_chips)
+        return -1;
+    constexpr size_t n = 256 * 256;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const ChipCal& cal = m_cal[size_t(chip)];
+    // Without matrices of its own a chip has the nominal response: 1 clock count per keV.
+    auto copyOut = [](const std::vector<double>& from, double* to, double fallback) {
+        if (!to)
+            return;
+        if (from.size() == n)
+            std::copy(from.begin(), from.end(), to);
+        else
+            std::fill(to, to + n, fallback);
+    };
+    copyOut(cal.ma, a, 1.0);
+    copyOut(cal.mb, b, 0.0);
+    copyOut(cal.mc, c, 0.0);
+    copyOut(cal.mt, t, 0.0);
+    return 0;
+}
+
+int TimepixDevice::dacDelay()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_dacDelay;
+}
+
+int TimepixDevice::setDacDelay(int ms)
+{
+    if (ms < 0 || ms > 10000)
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_dacDelay = ms;
+    }
+    raise("DeviceCfgChanged", 0);
+    return 0;
+}
+
+} // namespace sim

@@ -1,0 +1,181 @@
+// The simulated Medipix2 / Timepix device (kind 1): a single chip of 256 x 256 pixels
+// or several chips (the default quad is 2 x 2 chips, 512 x 512 pixels), with frames,
+// the store of the last measurement, pixel configuration, DACs, thresholds, bias,
+// clock, calibration and the measurement loop of doAdvancedAcquisition, fed by the
+// physics model.
+//
+// Threads: every operation may be called from any thread. One measurement at a time
+// runs on the caller's thread of doAdvancedAcquisition; abortOperation may come from
+// any thread. Device events go through the device's EventDelivery: directly on the
+// thread that raises them, or through the device's host event thread (device option
+// events=thread, or setEventDeliveryMode). A measurement returns only after all its
+// events were delivered.
+#pragma once
+
+#include "acqstore.h"
+#include "devicebase.h"
+#include "eventdelivery.h"
+#include "physics.h"
+#include "simdacs.h"
+#include "simpixcfg.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace sim {
+
+class TimepixDevice final : public DeviceBase<ov::IDevMpx2>
+{
+public:
+    explicit TimepixDevice(const DeviceDesc& desc);
+    ~TimepixDevice() override;
+
+    // Host and test side.
+    void setEventDeliveryMode(EventDelivery::Mode mode) { m_delivery.setMode(mode); }
+    EventDelivery::Mode eventDeliveryMode() const { return m_delivery.mode(); }
+    std::thread::id eventThreadId() const { return m_delivery.threadId(); }
+    int fireEvent(const char* name, long data) override;
+    AcqStore& store() { return m_store; }
+    SimPixCfg& livePixCfg() { return *m_pixCfg; }
+    SimDacs& liveDacs() { return *m_dacs; }
+    // The built-in X-ray source the detector looks at.
+    void setSource(const SourceSettings& source);
+    SourceSettings source() const;
+    // Restarts the random sequence of the frames (the physics of the device itself is
+    // fixed by its serial).
+    void setSeed(uint64_t seed);
+    // Energy threshold of a chip in keV as the physics sees it.
+    double trueThresholdKeV(int chip) const;
+    bool isMedipix2() const { return m_medipix2; }
+    bool acquisitionRunning() const { return m_running.load(); }
+    // Frames made since the device was created (or reseeded).
+    uint64_t frameSequence() const { return m_sequence.load(); }
+
+    // ov::IDevMpx
+    ov::IParamMgr* paramMgr() override { return nullptr; }
+    // Configuration files come with the file formats; until then -1.
+    int loadConfigFile(ov::IFilePath* path) override;
+    int saveConfigFile(ov::IFilePath* path) override;
+    int deviceStatusText(ov::IString* out) override;
+    int deviceStatus() override { return statusCode(); }
+    int doAdvancedAcquisition(
+        const void* acqDesc, const void* repeatDesc, const void* testPulses) override;
+    int doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFrame** out) override;
+    uint32_t capabilityFlags() override;
+    uint32_t supportedAcqTypes() override { return ov::AcqTypeTestPulses; }
+    int acqDataCount() override { return m_store.dataCount(); }
+    int acqFrameCount() override { return m_store.frameCount(); }
+    double minAcqTime() override { return kMinAcqTime; }
+    double maxAcqTime() override { return kMaxAcqTime; }
+    ov::IData* acqDataRefInc(unsigned index) override;
+    ov::IData* lastAcqDataRefInc(int index) override;
+    ov::IMpxFrame* lastAcqFrameRefInc() override;
+    ov::IMpxFrame* acqFrameRefInc(unsigned index) override;
+    ov::IMpxDacs* dacs() override { return m_dacs.get(); }
+    ov::IMpxDacs* dacsCopy() override { return m_dacs->makeCopy(); }
+    int setBias(double volts) override;
+    double bias() override;
+    double biasMin() override { return 0.0; }
+    double biasMax() override { return kBiasMax; }
+    double senseBiasVoltage() override;
+    double senseBiasCurrent() override;
+    bool hasBiasSense() override { return !m_medipix2; }
+    bool isSensorRefreshEnabled() override;
+    int setSensorRefreshEnabled(bool on) override;
+    bool isSensorRefreshSupported() override { return !m_medipix2; }
+    int setDacs(ov::IMpxDacs* dacs) override;
+    ov::IMpxPixCfg* pixCfg() override { return m_pixCfg.get(); }
+    ov::IMpxPixCfg* copyPixCfg() override { return m_pixCfg->makeCopy(); }
+    int setPixCfg(ov::IMpxPixCfg* cfg) override;
+    int width() override { return m_width; }
+    int height() override { return m_height; }
+    uint32_t pixelCount() override { return uint32_t(m_width) * uint32_t(m_height); }
+    unsigned chipCount() override { return unsigned(m_chips); }
+    int chipIds(ov::StrList& out) override;
+    bool chipPolarity(int chip) override;
+    int setChipPolarity(int chip, bool positive) override;
+    int chipLayout(
+        unsigned* width, unsigned* height, unsigned* chipIndexes, unsigned* rotations) override;
+    int setChipLayout(
+        unsigned width, unsigned height, unsigned* chipIndexes, unsigned* rotations) override;
+    bool hasHwTrigger() override { return !m_medipix2; }
+    double threshold(uint32_t chip, int kind) override;
+    int setThreshold(uint32_t chip, int kind, double value) override;
+    bool isChipCalibrated(uint32_t chip) override;
+    bool isTimepix() override { return !m_medipix2; }
+
+    // ov::IDevMpx2
+    bool chipPolarity(int chip, uint16_t* k) override;
+    int setChipCalibration(int chip, uint16_t k, double a, double b, double w, double t) override;
+    int chipCalibration(int chip, double* a, double* b, double* w, double* t) override;
+    int testPulseLimits(uint32_t* maxCount, double* maxHeight, double* maxPeriod) override;
+    int setClock(double mhz) override;
+    double clock() override;
+    bool isDataCalibrationEnabled() override;
+    int setDataCalibrationEnabled(bool on) override;
+    bool isDataCalibrationSupported() override { return !m_medipix2; }
+    int setCalibrationMatrices(int chip, double* a, double* b, double* c, double* t) override;
+    int calibrationMatrices(int chip, double* a, double* b, double* c, double* t) override;
+    int dacDelay() override;
+    int setDacDelay(int ms) override;
+
+    static constexpr double kMinAcqTime = 1e-5;
+    static constexpr double kMaxAcqTime = 10000.0;
+    static constexpr double kBiasMax = 200.0;
+    static constexpr uint32_t kMaxPulseCount = 10000;
+    static constexpr double kMaxPulseHeight = 2.0;
+    static constexpr double kMaxPulsePeriod = 0.01;
+
+private:
+    class Series;
+    struct ChipCal
+    {
+        uint16_t k = 1;
+        double a = 0.0, b = 0.0, w = 0.0, t = 0.0; // threshold keV = a * THL + b
+        bool positive = true;
+        double noiseEdge = 430.0; // THL of the noise edge (the device's truth)
+        double keVPerStep = 0.091;
+        std::vector<double> ma, mb, mc, mt; // energy calibration matrices
+    };
+    int thlDac() const;
+    int thlCoarseDac() const;
+    double effectiveThl(int chip, const std::vector<int>& dacs) const;
+    void raise(const char* event, long data) { fireEvent(event, data); }
+    // The physics inputs from the present state; true when they changed.
+    bool refreshPhysics();
+    void settingsChanged() { m_settingsVersion.fetch_add(1); }
+
+    const bool m_medipix2;
+    const int m_width;
+    const int m_height;
+    const int m_chips;
+    EventDelivery m_delivery;
+    AcqStore m_store;
+    std::unique_ptr<SimPixCfg> m_pixCfg;
+    std::unique_ptr<SimDacs> m_dacs;
+
+    mutable std::mutex m_mutex; // guards the settings below
+    double m_bias = 100.0;
+    double m_clock = 48.0;
+    int m_dacDelay = 50;
+    bool m_sensorRefresh = false;
+    bool m_dataCalibration = false;
+    std::vector<ChipCal> m_cal;
+    unsigned m_layoutWidth = 1, m_layoutHeight = 1;
+    std::vector<unsigned> m_layoutIndexes, m_layoutRotations;
+    SourceSettings m_source;
+    Rng m_senseRng;
+    std::atomic<uint64_t> m_settingsVersion {1};
+
+    // Owned by the measurement in progress.
+    std::mutex m_acqMutex;
+    std::atomic<bool> m_running {false};
+    std::atomic<uint64_t> m_sequence {0};
+    std::atomic<uint64_t> m_seed;
+    PhysicsModel m_physics;
+    uint64_t m_physicsKey[3] = {0, 0, 0};
+};
+
+} // namespace sim
