@@ -13,7 +13,7 @@
 // after the delay), so the plug-in can end a series early by writing a smaller count.
 #pragma once
 
-#include "acqrecords.h"
+#include "acqrecordreader.h"
 
 namespace sim {
 

@@ -19,7 +19,7 @@
 // the many pixels of low mean, so short frames are cheap.
 #pragma once
 
-#include "acqrecords.h"
+#include "acqrecordreader.h"
 #include "rng.h"
 #include "simpixcfg.h"
 

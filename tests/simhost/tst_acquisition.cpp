@@ -3,7 +3,7 @@
 // store and its memory limit.
 #include "acqbytes.h"
 
-#include <acqrecords.h>
+#include <acqrecordreader.h>
 #include <deviceset.h>
 #include <livecounter.h>
 #include <simdevices.h>

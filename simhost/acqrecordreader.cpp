@@ -1,4 +1,4 @@
-#include "acqrecords.h"
+#include "acqrecordreader.h"
 
 #include <cmath>
 #include <cstring>
