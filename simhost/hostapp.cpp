@@ -35,8 +35,8 @@ void printError(const QString& message)
 // Host log to stderr: warnings and errors only, the rest is for the plug-in's panel.
 void logToStderr(unsigned level, const char* text, long)
 {
-    if (level >= ov::LogWarning) {
-        std::fprintf(stderr, "%s: %s: %s\n", kProgram, level >= ov::LogError ? "error" : "warning",
+    if (level == ov::LogWarning || level == ov::LogError) {
+        std::fprintf(stderr, "%s: %s: %s\n", kProgram, level == ov::LogError ? "error" : "warning",
             text ? text : "");
         std::fflush(stderr);
     }

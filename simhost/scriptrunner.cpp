@@ -85,16 +85,21 @@ QString nameFrom(const QStringList& args, int first = 0)
 
 bool parseLevel(const QString& text, unsigned* level)
 {
-    static const char* const names[] = {"debug", "info", "warning", "error"};
-    for (unsigned i = 0; i < 4; ++i) {
-        if (text.compare(QLatin1String(names[i]), Qt::CaseInsensitive) == 0) {
-            *level = i;
+    static const struct
+    {
+        const char* name;
+        unsigned level;
+    } names[] = {{"debug", ov::LogDebug}, {"info", ov::LogInfo}, {"warning", ov::LogWarning},
+        {"error", ov::LogError}};
+    for (const auto& entry : names) {
+        if (text.compare(QLatin1String(entry.name), Qt::CaseInsensitive) == 0) {
+            *level = entry.level;
             return true;
         }
     }
     bool ok = false;
     const uint v = text.toUInt(&ok);
-    if (!ok || v > ov::LogError)
+    if (!ok || v > ov::LogDebug)
         return false;
     *level = v;
     return true;

@@ -28,11 +28,12 @@ using LogCallback = void (*)(unsigned level, const char* text, long userData);
 // Function run by the host on its GUI thread.
 using UiThreadFunc = void (*)(unsigned long arg);
 
+// Level 2 is the one the plug-in shows in red.
 enum LogLevel : unsigned {
-    LogDebug = 0,
-    LogInfo = 1,
-    LogWarning = 2,
-    LogError = 3,
+    LogInfo = 0,
+    LogWarning = 1,
+    LogError = 2,
+    LogDebug = 3,
 };
 
 // The 24-byte device information record filled by IDev::deviceInfo.

@@ -316,7 +316,11 @@ private slots:
         // The store holds the last round only.
         QCOMPARE(dev->acqFrameCount(), 5);
 
-        // A count lowered inside a round's events ends the series after that round.
+        // A count lowered inside a round's events ends the series after that round. Only
+        // events delivered on the measuring thread make this exact; from the host's
+        // event thread the change lands at some later round, which the part above covers.
+        if (eventThread)
+            return;
         Recorder rec2;
         subscribe(*dev, rec2);
         Repeat rep2(10, 0.0);
