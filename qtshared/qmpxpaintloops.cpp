@@ -5,8 +5,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <limits>
 #include <thread>
 #include <vector>
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#define MPXPAINT_X86 1
+#include <immintrin.h>
+#endif
 
 namespace mpxpaint {
 
@@ -38,8 +44,54 @@ RowWalk rowWalk(int angle, unsigned int width, unsigned int height, unsigned int
 namespace {
 
 std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(1024) * 1024};
+std::atomic<bool> genericOnly {false};
+
+#ifdef MPXPAINT_X86
+bool cpuHasAvx()
+{
+    static const bool has = __builtin_cpu_supports("avx");
+    return has;
+}
+
+bool cpuHasAvx2()
+{
+    static const bool has = __builtin_cpu_supports("avx2");
+    return has;
+}
+
+bool cpuHasAvx512()
+{
+    static const bool has = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl")
+        && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
+    return has;
+}
+
+__attribute__((target("avx"))) void zeroUpperAvx()
+{
+    _mm256_zeroupper();
+}
+#endif
+
+// Code of Qt and of the C library that uses 256- or 512-bit registers does not
+// always clear their upper halves when it is done. Until they are cleared, every
+// legacy SSE instruction (our own loops built for baseline x86-64, and log10 and
+// pow of the C library) runs many times slower: pow and log10 drop from about 50
+// and 90 to about 5 million calls per second once a QApplication exists. Each
+// painting thread clears them before its loop.
+void cleanVectorState()
+{
+#ifdef MPXPAINT_X86
+    if (cpuHasAvx())
+        zeroUpperAvx();
+#endif
+}
 
 } // namespace
+
+void useGenericLoopsOnly(bool generic)
+{
+    genericOnly.store(generic, std::memory_order_relaxed);
+}
 
 std::size_t threadedPixels()
 {
@@ -61,10 +113,15 @@ void forRowBands(const Frame& frame, bool threaded, RowsFn rowsFn)
     if (threaded && frame.height > 1 && pixels >= threadedPixels()
         && std::thread::hardware_concurrency() > 1) {
         const unsigned int middle = frame.height / 2;
-        std::thread helper([&rowsFn, middle] { rowsFn(0u, middle); });
+        std::thread helper([&rowsFn, middle] {
+            cleanVectorState();
+            rowsFn(0u, middle);
+        });
+        cleanVectorState();
         rowsFn(middle, frame.height);
         helper.join();
     } else {
+        cleanVectorState();
         rowsFn(0u, frame.height);
     }
 }
@@ -125,19 +182,108 @@ struct LinearLut
 
 constexpr unsigned int chunk = 256;
 
-// Positions in the colour list for n contiguous values. Written as selects on
-// doubles and kept apart from the table reads, so that it vectorises.
-template <bool Log>
-void linearIndices(const double* __restrict in, std::int32_t* __restrict index, unsigned int n,
-    const Scale& s, const LinearLut& lut)
+// Per-frame constants of the linear index computation.
+struct LinearConsts
 {
-    const double min = s.min;
-    const double max = s.max;
-    const double divisor = Log ? s.logStep : s.step;
-    const double topPos = static_cast<double>(s.top);
-    const double overPos = lut.overIndex;
-    const double underPos = lut.underIndex;
-    const double nanPos = lut.nanIndex;
+    LinearConsts(const Scale& s, const LinearLut& lut, bool log)
+        : min(s.min),
+          max(s.max),
+          divisor(log ? s.logStep : s.step),
+          topPos(s.top),
+          limitPos(double(s.top) + 1.0),
+          overPos(lut.overIndex),
+          underPos(lut.underIndex),
+          nanPos(lut.nanIndex),
+          top(s.top)
+    { }
+    double min, max, divisor, topPos, limitPos, overPos, underPos, nanPos;
+    unsigned int top;
+    double reciprocal = 0.0;
+    // thresholds[r]: the smallest value in the range whose entry is r or more;
+    // thresholds[0] is -inf and thresholds[top + 1] is +inf. Empty: no fast way.
+    std::vector<double> thresholds;
+};
+
+// The rule for a value inside the range.
+template <bool Log>
+std::int32_t ruleIndex(double v, const LinearConsts& c)
+{
+    double t;
+    if (Log)
+        t = log10OrZero(v - c.min) / c.divisor + 0.5;
+    else
+        t = (v - c.min) / c.divisor + 0.5;
+    t = t > 0.0 ? t : 0.0;
+    t = t < c.topPos ? t : c.topPos;
+    return static_cast<std::int32_t>(t);
+}
+
+// Prepares the fast way of the linear (not logarithmic) loop: multiplication by
+// the reciprocal of the step, corrected to the rule's entry by one comparison.
+//
+// The rule's entry grows with the value (subtraction, division, addition and
+// truncation all keep the order), so entry r begins at a threshold value, found
+// here by walking from an estimate to where the rule changes. The product
+// u = (value - min) * (1 / step) + 1 differs from the rule's quotient plus 1/2
+// by at most (top + 2) * 2^-51 while the reciprocal is a normal number, so with
+// r = trunc(u) the rule's entry is r - 1 or r: r exactly when the value reaches
+// thresholds[r]. The result is the rule's entry for every value, with no margin.
+void prepareFast(LinearConsts& c, const Scale& s)
+{
+    const double step = s.step;
+    if (!(std::isfinite(step) && step >= 0x1p-1021 && step <= 0x1p1020 && s.top >= 1
+            && s.top < (1u << 24) && std::isfinite(s.min) && std::isfinite(s.max)))
+        return;
+    const double infinity = std::numeric_limits<double>::infinity();
+    std::vector<double> thresholds(std::size_t(s.top) + 2);
+    thresholds[0] = -infinity;
+    thresholds[s.top + 1] = infinity;
+    for (unsigned int r = 1; r <= s.top; ++r) {
+        double v = s.min + (double(r) - 0.5) * step;
+        v = std::min(std::max(v, s.min), s.max);
+        // The estimate lies a few units in the last place off; give up on an
+        // unexpected long walk and keep the division.
+        int budget = 4096;
+        if (ruleIndex<false>(v, c) >= std::int32_t(r)) {
+            while (v > s.min && --budget > 0) {
+                const double below = std::nextafter(v, -infinity);
+                if (ruleIndex<false>(below, c) < std::int32_t(r))
+                    break;
+                v = below;
+            }
+        } else {
+            while (--budget > 0) {
+                if (v >= s.max) {
+                    v = infinity;
+                    break;
+                }
+                v = std::nextafter(v, infinity);
+                if (ruleIndex<false>(v, c) >= std::int32_t(r))
+                    break;
+            }
+        }
+        if (budget <= 0)
+            return;
+        thresholds[r] = v;
+    }
+    c.reciprocal = 1.0 / step;
+    c.thresholds = std::move(thresholds);
+}
+
+// Positions in the colour list for n contiguous values by the rule. Written as
+// selects on doubles and kept apart from the table reads, so that it vectorises
+// (apart from log10).
+template <bool Log>
+void ruleIndices(const double* __restrict in, std::int32_t* __restrict index, unsigned int n,
+    const LinearConsts& c)
+{
+    const double min = c.min;
+    const double max = c.max;
+    const double divisor = c.divisor;
+    const double topPos = c.topPos;
+    const double overPos = c.overPos;
+    const double underPos = c.underPos;
+    const double nanPos = c.nanPos;
     for (unsigned int i = 0; i < n; ++i) {
         const double v = in[i];
         double t;
@@ -154,36 +300,105 @@ void linearIndices(const double* __restrict in, std::int32_t* __restrict index, 
     }
 }
 
-// One picture row of the linear loop, in blocks: values are gathered into a
-// contiguous block when the row walks the data backwards or by columns, turned
-// into positions, then into colours.
+// The same positions the fast way (see prepareFast). Inlined into one build per
+// instruction set.
+__attribute__((always_inline)) inline void fastIndicesBody(const double* __restrict in,
+    std::int32_t* __restrict index, unsigned int n, const LinearConsts& c)
+{
+    const double min = c.min;
+    const double max = c.max;
+    const double reciprocal = c.reciprocal;
+    const double limitPos = c.limitPos;
+    const double overPos = c.overPos;
+    const double underPos = c.underPos;
+    const double nanPos = c.nanPos;
+    const double* __restrict thresholds = c.thresholds.data();
+    for (unsigned int i = 0; i < n; ++i) {
+        const double v = in[i];
+        double u = (v - min) * reciprocal + 1.0;
+        u = u > 1.0 ? u : 1.0; // also for NaN
+        u = u < limitPos ? u : limitPos;
+        const std::int32_t r = static_cast<std::int32_t>(u);
+        const std::int32_t k = v >= thresholds[r] ? r : r - 1;
+        double p = static_cast<double>(k);
+        p = v > max ? overPos : p;
+        p = v < min ? underPos : p;
+        p = v != v ? nanPos : p;
+        index[i] = static_cast<std::int32_t>(p);
+    }
+}
+
+#ifdef MPXPAINT_X86
+__attribute__((target("avx2"))) void fastIndicesAvx2(const double* __restrict in,
+    std::int32_t* __restrict index, unsigned int n, const LinearConsts& c)
+{
+    fastIndicesBody(in, index, n, c);
+}
+
+__attribute__((target("avx512f,avx512vl,avx512dq,avx512bw,prefer-vector-width=512"))) void
+fastIndicesAvx512(const double* __restrict in, std::int32_t* __restrict index, unsigned int n,
+    const LinearConsts& c)
+{
+    fastIndicesBody(in, index, n, c);
+}
+#endif
+
+using IndicesFn = void (*)(const double*, std::int32_t*, unsigned int, const LinearConsts&);
+
+// Null where the fast way does not pay: with baseline x86-64 (no gathers, two
+// doubles per register) the division measured faster than the emulated lookup.
+IndicesFn fastIndicesFn()
+{
+#ifdef MPXPAINT_X86
+    if (!genericOnly.load(std::memory_order_relaxed)) {
+        if (cpuHasAvx512())
+            return fastIndicesAvx512;
+        if (cpuHasAvx2())
+            return fastIndicesAvx2;
+    }
+#endif
+    return nullptr;
+}
+
+// One picture row of the linear loop, in blocks: values (and mask bytes) are
+// gathered into a contiguous block when the row walks the data backwards or by
+// columns, turned into positions in the colour list (the fast way when it is
+// prepared, else by the rule), then into colours.
 template <bool Log>
-void linearRow(
-    const Frame& frame, const Scale& s, const LinearLut& lut, std::uint32_t* out, RowWalk walk)
+void linearRow(const Frame& frame, const Scale& s, const LinearLut& lut, const LinearConsts& c,
+    IndicesFn fastIndices, std::uint32_t* out, RowWalk walk)
 {
     const std::ptrdiff_t stride = walk.stride;
     const std::uint32_t* colors = lut.colors.data();
     double gathered[chunk];
+    unsigned char gatheredMask[chunk];
     std::int32_t index[chunk];
 
     for (unsigned int x0 = 0; x0 < frame.width; x0 += chunk) {
         const unsigned int n = std::min(chunk, frame.width - x0);
         const std::ptrdiff_t first = walk.start + static_cast<std::ptrdiff_t>(x0) * stride;
         const double* in = frame.data + first;
+        const unsigned char* m = frame.mask ? frame.mask + first : nullptr;
+        std::uint32_t* dst = out + x0;
         if (stride != 1) {
             for (unsigned int i = 0; i < n; ++i)
                 gathered[i] = in[static_cast<std::ptrdiff_t>(i) * stride];
             in = gathered;
+            if (m) {
+                for (unsigned int i = 0; i < n; ++i)
+                    gatheredMask[i] = m[static_cast<std::ptrdiff_t>(i) * stride];
+                m = gatheredMask;
+            }
         }
-        linearIndices<Log>(in, index, n, s, lut);
-        std::uint32_t* dst = out + x0;
-        if (frame.mask) {
-            const unsigned char* m = frame.mask + first;
+        if (fastIndices)
+            fastIndices(in, index, n, c);
+        else
+            ruleIndices<Log>(in, index, n, c);
+        if (m) {
             const int maskValue = frame.maskValue;
             const std::int32_t nanIndex = static_cast<std::int32_t>(lut.nanIndex);
             for (unsigned int i = 0; i < n; ++i) {
-                const bool masked = m[static_cast<std::ptrdiff_t>(i) * stride] == maskValue
-                    && index[i] != nanIndex;
+                const bool masked = m[i] == maskValue && index[i] != nanIndex;
                 dst[i] = masked ? s.specialColor : colors[index[i]];
             }
         } else {
@@ -194,13 +409,14 @@ void linearRow(
 }
 
 template <bool Log>
-void linearRows(
-    const Frame& frame, const Scale& s, const LinearLut& lut, unsigned int first, unsigned int end)
+void linearRows(const Frame& frame, const Scale& s, const LinearLut& lut, const LinearConsts& c,
+    unsigned int first, unsigned int end)
 {
+    const IndicesFn fastIndices = c.thresholds.empty() ? nullptr : fastIndicesFn();
     for (unsigned int y = first; y < end; ++y) {
         const RowWalk walk = rowWalk(frame.angle, frame.width, frame.height, y);
         std::uint32_t* out = frame.bits + static_cast<std::ptrdiff_t>(y) * frame.wordsPerLine;
-        linearRow<Log>(frame, s, lut, out, walk);
+        linearRow<Log>(frame, s, lut, c, fastIndices, out, walk);
     }
 }
 
@@ -223,14 +439,17 @@ void invertedRows(const Frame& frame, const LinearLut& lut, std::uint32_t specia
 void paintLinear(const Frame& frame, const Scale& scale)
 {
     const LinearLut lut(scale);
+    LinearConsts consts(scale, lut, scale.logScale);
+    if (!scale.logScale && scale.min < scale.max)
+        prepareFast(consts, scale);
     const bool inverted = scale.min >= scale.max;
     forRowBands(frame, true, [&](unsigned int first, unsigned int end) {
         if (inverted)
             invertedRows(frame, lut, scale.specialColor, first, end);
         else if (scale.logScale)
-            linearRows<true>(frame, scale, lut, first, end);
+            linearRows<true>(frame, scale, lut, consts, first, end);
         else
-            linearRows<false>(frame, scale, lut, first, end);
+            linearRows<false>(frame, scale, lut, consts, first, end);
     });
 }
 
@@ -276,6 +495,7 @@ void paintRaw(const Frame& frame, std::uint32_t specialColor)
 void paintDecode(
     const Frame& frame, ColorMap* map, double min, double max, std::uint32_t specialColor)
 {
+    cleanVectorState();
     forPixels(frame, 0, frame.height, [&](std::ptrdiff_t i) -> std::uint32_t {
         if (isMasked(frame, i))
             return specialColor;

@@ -58,6 +58,11 @@ struct Scale
 std::size_t threadedPixels();
 void setThreadedPixels(std::size_t pixels);
 
+// The linear loop picks the widest instruction set the processor offers (AVX-512,
+// AVX2) for its fast way, and divides with baseline x86-64; the tests switch to
+// the baseline loop to check it as well.
+void useGenericLoopsOnly(bool generic);
+
 void paintLinear(const Frame& frame, const Scale& scale);
 void paintGamma(const Frame& frame, const Scale& scale);
 void paintRaw(const Frame& frame, std::uint32_t specialColor);

@@ -1,7 +1,8 @@
 // Paint loops and frame conversion of the frame display against a baseline loop
 // that only reads the doubles and writes one 32-bit word per pixel, measured in
 // the same run. Each result carries its Mpixel/s and its ratio to the baseline;
-// a summary goes to stdout and to bench_qtshared_summary.txt.
+// a summary goes to stdout and to bench_qtshared_summary.txt (with
+// --benchmark_repetitions, the medians).
 #include "colormap.h"
 #include "qmpximage.h"
 #include "qmpxpaintloops.h"
@@ -32,10 +33,53 @@ std::vector<double> frameValues(int n)
     return v;
 }
 
-void baselineLoop(const double* in, std::uint32_t* out, std::size_t n)
+__attribute__((always_inline)) inline void baselineBody(
+    const double* __restrict in, std::uint32_t* __restrict out, std::size_t n)
 {
     for (std::size_t i = 0; i < n; ++i)
         out[i] = static_cast<std::uint32_t>(static_cast<std::int64_t>(in[i]));
+}
+
+// The baseline gets the same instruction sets as the paint loops (which pick
+// AVX-512, AVX2 or baseline x86-64 at run time), so that the ratio compares loops,
+// not instruction sets.
+void baselineGeneric(const double* in, std::uint32_t* out, std::size_t n)
+{
+    baselineBody(in, out, n);
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+__attribute__((target("avx2"))) void baselineAvx2(
+    const double* in, std::uint32_t* out, std::size_t n)
+{
+    baselineBody(in, out, n);
+}
+
+__attribute__((target("avx512f,avx512vl,avx512dq,avx512bw,prefer-vector-width=512"))) void
+baselineAvx512(const double* in, std::uint32_t* out, std::size_t n)
+{
+    baselineBody(in, out, n);
+}
+#endif
+
+using BaselineFn = void (*)(const double*, std::uint32_t*, std::size_t);
+
+BaselineFn chooseBaseline()
+{
+#if defined(__GNUC__) && defined(__x86_64__)
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl")
+        && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw"))
+        return baselineAvx512;
+    if (__builtin_cpu_supports("avx2"))
+        return baselineAvx2;
+#endif
+    return baselineGeneric;
+}
+
+void baselineLoop(const double* in, std::uint32_t* out, std::size_t n)
+{
+    static const BaselineFn loop = chooseBaseline();
+    loop(in, out, n);
 }
 
 // Pixels per second of the baseline loop: median of several timed passes.
@@ -141,6 +185,10 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
+            // With repetitions the summary keeps the median of each benchmark.
+            if (run.run_type == Run::RT_Aggregate ? run.aggregate_name != "median"
+                                                  : run.repetitions > 1)
+                continue;
             auto mpix = run.counters.find("Mpix/s");
             auto ratio = run.counters.find("vs_baseline");
             if (mpix != run.counters.end() && ratio != run.counters.end())

@@ -2,10 +2,12 @@
 #include "colormap.h"
 #include "orientations.h"
 #include "qmpximage.h"
+#include "qmpxpaintloops.h"
 
 #include <QTest>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <vector>
 
@@ -56,6 +58,38 @@ unsigned int referenceLinear(
         return under ? map.underRangeColor : map.colors[0];
     const double step = (max - min) / top;
     return map.colors[static_cast<unsigned int>((value - min) / step + 0.5)];
+}
+
+// Values around every bucket boundary of the range (a few units in the last place
+// on both sides), every integer inside it, the range ends and their neighbours,
+// values outside, zeros, subnormals, infinities and NaN.
+std::vector<double> sweepValues(double min, double max, unsigned int top)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    std::vector<double> values;
+    const double step = (max - min) / top;
+    for (unsigned int k = 0; k <= top + 1; ++k) {
+        double v = min + (double(k) - 0.5) * step;
+        for (int i = 0; i < 6; ++i)
+            v = std::nextafter(v, -infinity);
+        for (int i = 0; i < 13; ++i, v = std::nextafter(v, infinity))
+            values.push_back(v);
+        values.push_back(min + double(k) * step);
+    }
+    if (max - min <= 4096.0)
+        for (double v = std::ceil(min); v <= max; v += 1.0)
+            values.push_back(v);
+    for (double v : {min, max})
+        for (double d : {-infinity, infinity}) {
+            values.push_back(v);
+            values.push_back(std::nextafter(v, d));
+            values.push_back(std::nextafter(std::nextafter(v, d), d));
+        }
+    const double special[] = {0.0, -0.0, 4.9e-324, -4.9e-324, 2.2e-308, 1e-300, -1e-300, infinity,
+        -infinity, notANumber, -notANumber, std::numeric_limits<double>::max(),
+        std::numeric_limits<double>::lowest(), min - 1.0, max + 1.0, 2 * max - min, 2 * min - max};
+    values.insert(values.end(), std::begin(special), std::end(special));
+    return values;
 }
 
 } // namespace
@@ -159,6 +193,107 @@ private slots:
                 }
             }
         }
+    }
+
+    void linearFastWayMatchesTheRuleAtBucketBoundaries_data()
+    {
+        QTest::addColumn<bool>("generic");
+        QTest::newRow("fast way") << false;
+        QTest::newRow("division") << true;
+    }
+
+    void linearFastWayMatchesTheRuleAtBucketBoundaries()
+    {
+        // The loop multiplies by the reciprocal of the step and corrects by one
+        // comparison with a threshold: every colour must be the rule's, above all
+        // where integer values meet a bucket boundary exactly.
+        QFETCH(bool, generic);
+        mpxpaint::useGenericLoopsOnly(generic);
+        const double ranges[][2] = {{0, 1000}, {10.5, 1000.25}, {0, 255}, {-1, 1}, {0, 100},
+            {-50, 1150}, {1e6, 1e6 + 1}, {0, 1e-300}, {-1e300, 1e300}, {0.1, 0.3}, {3, 7},
+            {0, 1e-310}, {-4096, 0}, {0, 65535}};
+        const ColorMap::DefaultColorMap maps[] = {ColorMap::Gray, ColorMap::JetWhite};
+        int checked = 0;
+        for (const auto& range : ranges) {
+            for (ColorMap::DefaultColorMap m : maps) {
+                const double min = range[0];
+                const double max = range[1];
+                QMpxImage image;
+                image.setDefaultColorMap(m);
+                const ColorMap& map = *image.getColorMap();
+                std::vector<double> values = sweepValues(min, max, map.count - 1);
+                std::vector<unsigned char> mask(values.size());
+                for (std::size_t i = 0; i < mask.size(); ++i)
+                    mask[i] = (i % 11) == 0 ? 0 : 1;
+                for (const bool flags : {false, true}) {
+                    // Both walks: forwards (contiguous) and backwards (gathered).
+                    image.setMirrored(flags);
+                    image.setRotation(flags ? 180 : 0);
+                    image.setFrameData(values.data(), unsigned(values.size()), 1);
+                    image.setMask(mask.data(), unsigned(values.size()), 1);
+                    image.showMasked = flags;
+                    image.showUnderRange = flags;
+                    image.showOverRange = !flags;
+                    image.rangeMin = min;
+                    image.rangeMax = max;
+                    image.redraw();
+                    const int w = int(values.size());
+                    for (int x = 0; x < w; ++x) {
+                        const auto i = expectedIndex(image.angle(), w, 1, x, 0);
+                        const unsigned int expected = referenceLinear(
+                            values[i], flags && mask[i] == 0, min, max, flags, !flags, map);
+                        const unsigned int got = image.getImage().pixel(x, 0);
+                        if (got != expected) {
+                            mpxpaint::useGenericLoopsOnly(false);
+                            QFAIL(qPrintable(
+                                QString("range %1..%2 count %3 value %4: %5, expected %6")
+                                    .arg(min, 0, 'g', 17)
+                                    .arg(max, 0, 'g', 17)
+                                    .arg(map.count)
+                                    .arg(values[i], 0, 'g', 17)
+                                    .arg(got, 0, 16)
+                                    .arg(expected, 0, 16)));
+                        }
+                        ++checked;
+                    }
+                }
+            }
+        }
+        mpxpaint::useGenericLoopsOnly(false);
+        QVERIFY(checked > 100000);
+    }
+
+    void linearFastWayOnRandomValues()
+    {
+        // Dense random values over and around a range with an awkward step.
+        std::vector<double> values(1 << 18);
+        std::uint64_t state = 0x9E3779B97F4A7C15ull;
+        for (double& v : values) {
+            state = state * 6364136223846793005ull + 1442695040888963407ull;
+            v = double(state >> 11) * 0x1p-53 * 1.2 * 977.3 - 0.1 * 977.3 + 13.7;
+        }
+        for (const bool generic : {false, true}) {
+            mpxpaint::useGenericLoopsOnly(generic);
+            QMpxImage image;
+            image.setDefaultColorMap(ColorMap::Jet);
+            image.setMirrored(false);
+            image.setRotation(0);
+            image.setFrameData(values.data(), 512, 512);
+            image.rangeMin = 13.7;
+            image.rangeMax = 13.7 + 977.3;
+            image.redraw();
+            const ColorMap& map = *image.getColorMap();
+            for (int y = 0; y < 512; ++y)
+                for (int x = 0; x < 512; ++x) {
+                    const double v = values[std::size_t(y) * 512 + x];
+                    if (image.getImage().pixel(x, y)
+                        != referenceLinear(v, false, 13.7, 13.7 + 977.3, false, false, map)) {
+                        mpxpaint::useGenericLoopsOnly(false);
+                        QFAIL(qPrintable(QString("value %1").arg(v, 0, 'g', 17)));
+                    }
+                }
+        }
+        mpxpaint::useGenericLoopsOnly(false);
     }
 
     void linearRoundsToNearestEntry()
