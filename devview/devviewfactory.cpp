@@ -2,7 +2,8 @@
 
 #include "devicekinds.h"
 #include "devviewinstrument.h"
-#include "devviewmpx.h"
+#include "devviewmpx2.h"
+#include "devviewmpxbasic.h"
 
 namespace PluginDevControl {
 
@@ -12,11 +13,12 @@ DevView* createDeviceView(QWidget* parent, ov::IOrvel* orvel, ov::IDev* dev)
         return nullptr;
     switch (dev->deviceType()) {
     case DevKindMpx2:
+        return new DevViewMpx2(parent, orvel, dev);
     case DevKindMpx3:
     case DevKindTpx3:
     case DevKindTpx2:
     case DevKindFile:
-        return new DevViewMpx(parent, orvel, dev);
+        return new DevViewMpxBasic(parent, orvel, dev);
     case DevKindXray:
         return new DevViewXray(parent, orvel, dev);
     case DevKindHvSource:

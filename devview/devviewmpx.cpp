@@ -1,56 +1,609 @@
 #include "devviewmpx.h"
 
+#include "callbackrelay.h"
+#include "devctrlmpx.h"
 #include "devicenames.h"
-#include "devicepage.h"
+#include "devviewmpxui.h"
+#include "msgpanel.h"
+#include "qfancystatusbar.h"
+#include "qfancytoolwindow.h"
+#include "qlabelwithicon.h"
+#include "qminisplitter.h"
+#include "qmpxframe.h"
+#include "qorvelmenu.h"
 
-#include <QAction>
+#include <QActionGroup>
+#include <QComboBox>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QScrollArea>
+#include <QSpinBox>
+#include <QTabBar>
+#include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include <vector>
 
 namespace PluginDevControl {
 
+namespace {
+
+QSpinBox* makeValueSpinBox(QWidget* parent)
+{
+    auto* box = new QSpinBox(parent);
+    box->setRange(-99999, 99999);
+    box->setValue(0);
+    return box;
+}
+
+QIcon orvelIcon()
+{
+    QIcon icon;
+    for (int size : {16, 32, 48, 96, 256})
+        icon.addFile(
+            QString(":/icons/resources/Orvel_icon_white_%1x%1.png").arg(size), QSize(size, size));
+    return icon;
+}
+
+} // namespace
+
 DevViewMpx::DevViewMpx(QWidget* parent, ov::IOrvel* orvel, ov::IDev* device)
-    : DevView(parent, orvel, device), devFullName(deviceFullName(device))
+    : DevView(parent, orvel, device),
+      ui(new Ui_DevViewMpx),
+      progressTimer(new QTimer(this)),
+      spareTimer(new QTimer(this)),
+      devFullName(deviceFullName(device))
 {
     if (host)
         settings = host->moduleSettings("devcontrol", dev, 0);
-
-    auto* toolBar = addToolBar("toolBar");
-    toolBar->setObjectName("toolBar");
-    toolBar->setMovable(false);
-    auto* spacer = new QWidget(toolBar);
-    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    toolBar->addWidget(spacer);
-    addDockActions(toolBar);
-
-    acSaveOrvelConfig = new QAction("Save Orvel Config", this);
-    acSaveOrvelConfig->setObjectName("acSaveOrvelConfig");
-    acSaveOrvelConfig->setToolTip("Saves all devices settings for next Orvel start.");
-    connect(acSaveOrvelConfig, &QAction::triggered, this, &DevViewMpx::sigSaveOnExit);
-
-    acResizeAspectRatio = new QAction("Ensure Aspect Ratio", this);
-    acResizeAspectRatio->setObjectName("acResizeAspectRatio");
-    acResizeAspectRatio->setShortcut(QKeySequence("Ctrl+A"));
-    acResizeAspectRatio->setCheckable(true);
-    acResizeAspectRatio->setChecked(true);
-
-    QMenu* file = menuBar()->addMenu("File");
-    file->addAction(acSaveOrvelConfig);
-    QMenu* view = menuBar()->addMenu("View");
-    view->addAction(acResizeAspectRatio);
-
-    setCentralWidget(new DevicePage(dev, devFullName, this));
-    if (settings) {
-        settings->load();
-        loadSettings();
-    }
+    connect(this, &DevViewMpx::sigSetColorMap, this, &DevViewMpx::onSetColorMap);
+    connect(this, &DevViewMpx::sigSetRange, this, &DevViewMpx::onSetRange);
+    connect(this, &DevViewMpx::sigSetWindowAll, this, &DevViewMpx::onSetWindowAll);
+    connect(this, &DevViewMpx::sigSetCurrentSubFrame, this, &DevViewMpx::onSetCurrentSubFrame);
 }
 
 DevViewMpx::~DevViewMpx()
 {
+    if (relay) {
+        if (dev)
+            dev->unregisterLogCallback(onLogWrapper, relay);
+        if (host)
+            host->unregisterLogCallback(onLogWrapper, relay);
+        relay->detach();
+    }
+    progressTimer->stop();
+    spareTimer->stop();
+    delete toolsMenu;
+    delete menuBarMenu;
+    delete ctrl;
+    delete ui;
     if (settings)
         settings->release();
 }
+
+// ---------------------------------------------------------------------------------
+// Building the page
+
+void DevViewMpx::setupGui()
+{
+    ui->setupUi(this);
+    mpxFrame = ui->mpxFrame;
+    subFrameTabs = ui->subFrameTabs;
+    acUndock = ui->acUndock;
+    acDock = ui->acDock;
+    acDock->setVisible(false);
+
+    frameSpinBox = new QSpinBox(this);
+    frameSpinBox->setObjectName("frameSpinBox");
+    frameSpinBox->setRange(0, 0);
+    maskValueSpinBox = makeValueSpinBox(this);
+    maskValueSpinBox->setObjectName("maskValueSpinBox");
+    thlValueSpinBox = makeValueSpinBox(this);
+    thlValueSpinBox->setObjectName("thlValueSpinBox");
+
+    colorMapGroup = new QActionGroup(this);
+    // The group's order is the order in which stored map numbers pick a check mark.
+    for (QAction* action : {ui->acCmGray, ui->acCmJet, ui->acCmJetWhite, ui->acCmHot, ui->acCmCool,
+             ui->acCmInvertGray, ui->acCmHSL, ui->acCmCoolWarm})
+        colorMapGroup->addAction(action);
+    ui->acCmGray->setChecked(true);
+    rotationGroup = new QActionGroup(this);
+    for (QAction* action : ui->rotationActions())
+        rotationGroup->addAction(action);
+    ui->acRotate0->setChecked(true);
+
+    auto* toolBar = addToolBar("toolBar");
+    toolBar->setObjectName("toolBar");
+    toolBar->setMovable(false);
+    toolBar->addAction(ui->acOpenFrame);
+    toolBar->addAction(ui->acSaveData);
+    toolBar->addSeparator();
+    toolBar->addAction(ui->acShowGrid);
+    toolBar->addAction(ui->acShowChips);
+    toolBar->addAction(ui->acRotate);
+    toolBar->addSeparator();
+    auto* colorButton = new QToolButton(toolBar);
+    colorButton->setObjectName("colorButton");
+    colorButton->setIcon(QIcon(":/devcontrol/toolbar/icons/color.png"));
+    colorButton->setToolTip("Colour map");
+    colorButton->setPopupMode(QToolButton::InstantPopup);
+    auto* colorMenu = new QMenu(colorButton);
+    colorMenu->addActions(ui->colorMapActions());
+    colorButton->setMenu(colorMenu);
+    toolBar->addWidget(colorButton);
+    toolBar->addAction(ui->acUnderWarning);
+    toolBar->addAction(ui->acOverWarning);
+    toolBar->addSeparator();
+    toolBar->addAction(ui->acPrevFrame);
+    toolBar->addWidget(frameSpinBox);
+    toolBar->addAction(ui->acNextFrame);
+    toolBar->addAction(ui->acAutoUpdate);
+    toolBar->addSeparator();
+    toolBar->addAction(ui->acPixCfgEdit);
+    toolBar->addAction(ui->acMeasurement);
+    toolBar->addAction(ui->acPythonScripting);
+    auto* spacer = new QWidget(toolBar);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    toolBar->addWidget(spacer);
+    toolBar->addAction(ui->acDock);
+    toolBar->addAction(ui->acUndock);
+    menuButton = new QToolButton(toolBar);
+    menuButton->setObjectName("menuButton");
+    menuButton->setIcon(orvelIcon());
+    menuButton->setPopupMode(QToolButton::InstantPopup);
+    toolBar->addWidget(menuButton);
+
+    QMenu* file = menuBar()->addMenu("File");
+    file->addAction(ui->acOpenFrame);
+    file->addAction(ui->acSaveData);
+    file->addSeparator();
+    file->addAction(ui->acLoadConfig);
+    file->addAction(ui->acSaveConfig);
+    file->addAction(ui->acLoadFactory);
+    file->addSeparator();
+    file->addAction(ui->acReconnect);
+    file->addSeparator();
+    file->addAction(ui->acSaveOrvelConfig);
+    QMenu* view = menuBar()->addMenu("View");
+    view->addAction(ui->acMirror);
+    QMenu* rotate = view->addMenu("Rotate Image");
+    rotate->addActions(ui->rotationActions());
+    view->addSeparator();
+    view->addAction(ui->acShowGrid);
+    view->addAction(ui->acShowMaskedPixels);
+    view->addAction(ui->acResizeAspectRatio);
+    menuPanels = menuBar()->addMenu("Panels");
+    menuTools = menuBar()->addMenu("Tools");
+    QMenu* help = menuBar()->addMenu("Help");
+    help->addAction(ui->acHelp);
+
+    setupStatusBar();
+    initSecondToolbar();
+    connectActions();
+}
+
+void DevViewMpx::initSecondToolbar()
+{
+    auto* layout = new QHBoxLayout(ui->secondToolbar);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* bar = new QToolBar(ui->secondToolbar);
+    bar->setObjectName("pixCfgToolBar");
+    bar->setIconSize(QSize(16, 16));
+    bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    layout->addWidget(bar);
+
+    bar->addAction(ui->acPixCfgOpen);
+    bar->addAction(ui->acPixCfgSave);
+    bar->addSeparator();
+    bar->addAction(ui->acPixCfgNone);
+    bar->addAction(ui->acPixCfgTogglePixel);
+    bar->addAction(ui->acPixCfgToggleColumn);
+    bar->addAction(ui->acPixCfgToggleRow);
+    bar->addSeparator();
+    bar->addAction(ui->acPixCfgMaskAll);
+    bar->addAction(ui->acPixCfgUnmaskAll);
+    bar->addAction(ui->acPixCfgMaskSelect);
+    bar->addAction(ui->acPixCfgUnmaskSelect);
+    bar->addAction(ui->acPixCfgStg);
+    if (QToolButton* reset = initResetBitsMenu())
+        bar->addWidget(reset);
+    bar->addSeparator();
+    bar->addAction(ui->acMaskUnder);
+    bar->addWidget(maskValueSpinBox);
+    bar->addAction(ui->acMaskOver);
+    bar->addSeparator();
+    bar->addAction(ui->acThlUnder);
+    bar->addWidget(thlValueSpinBox);
+    bar->addAction(ui->acThlOver);
+    if (thlSelectCombo)
+        bar->addWidget(thlSelectCombo);
+
+    pixCfgToggleGroup = new QActionGroup(this);
+    for (QAction* action : {ui->acPixCfgNone, ui->acPixCfgTogglePixel, ui->acPixCfgToggleColumn,
+             ui->acPixCfgToggleRow})
+        pixCfgToggleGroup->addAction(action);
+    ui->acPixCfgNone->setChecked(true);
+}
+
+QToolButton* DevViewMpx::initResetBitsMenu()
+{
+    return nullptr;
+}
+
+void DevViewMpx::connectActions()
+{
+    // Saving and loading data, configurations and pixel configurations, and the
+    // mask and threshold tools, join when the controller offers those operations.
+    connect(ui->acReconnect, &QAction::triggered, this, [this] {
+        if (dev)
+            dev->reconnect();
+    });
+    connect(ui->acSaveOrvelConfig, &QAction::triggered, this, &DevViewMpx::sigSaveOnExit);
+    connect(ui->acMirror, &QAction::triggered, this,
+        [this](bool checked) { mpxFrame->setMirrored(checked); });
+    connect(ui->acRotate, &QAction::triggered, this, &DevViewMpx::rotateClockwise);
+    const QList<QAction*> ring = ui->rotationActions();
+    for (int i = 0; i < ring.size(); ++i)
+        connect(ring[i], &QAction::triggered, this, [this, i] { mpxFrame->setRotation(i * 90); });
+    connect(ui->acShowGrid, &QAction::triggered, this, [this](bool checked) {
+        mpxFrame->image->showGrid = checked;
+        mpxFrame->image->redraw();
+    });
+    connect(ui->acShowChips, &QAction::triggered, this, &DevViewMpx::showChips);
+    connect(ui->acShowMaskedPixels, &QAction::triggered, this, [this](bool checked) {
+        if (ctrl)
+            ctrl->showMaskedPixels(checked);
+    });
+    connect(ui->acResizeAspectRatio, &QAction::triggered, this, [this](bool checked) {
+        mpxFrame->zoomOut();
+        mpxFrame->keepAspectRatio(checked);
+    });
+    connect(ui->acUnderWarning, &QAction::triggered, this, [this](bool checked) {
+        mpxFrame->image->showUnderRange = checked;
+        mpxFrame->image->redraw();
+    });
+    connect(ui->acOverWarning, &QAction::triggered, this, [this](bool checked) {
+        mpxFrame->image->showOverRange = checked;
+        mpxFrame->image->redraw();
+    });
+    const QList<QAction*> maps = ui->colorMapActions();
+    for (int i = 0; i < maps.size(); ++i)
+        connect(maps[i], &QAction::triggered, this, [this, i] { setColorMap(i); });
+    connect(ui->acPrevFrame, &QAction::triggered, this, [this] {
+        if (frameSpinBox->value() >= 1)
+            frameSpinBox->setValue(frameSpinBox->value() - 1);
+    });
+    connect(ui->acNextFrame, &QAction::triggered, this, [this] {
+        if (frameSpinBox->value() < frameSpinBox->maximum())
+            frameSpinBox->setValue(frameSpinBox->value() + 1);
+    });
+    connect(ui->acAutoUpdate, &QAction::triggered, this, [this](bool checked) {
+        if (!ctrl)
+            return;
+        ctrl->setAutoUpdateEnabled(checked);
+        ctrl->showAcqFrame(static_cast<unsigned long>(frameSpinBox->value() - 1));
+    });
+    connect(ui->acPixCfgEdit, &QAction::triggered, this, &DevViewMpx::setPixCfgEditing);
+    connect(ui->acPixCfgToggleRow, &QAction::triggered, this,
+        [this] { setToggleMode(false, QMpxImage::PixCfgRow); });
+    connect(ui->acPixCfgToggleColumn, &QAction::triggered, this,
+        [this] { setToggleMode(false, QMpxImage::PixCfgColumn); });
+    connect(ui->acPixCfgTogglePixel, &QAction::triggered, this,
+        [this] { setToggleMode(false, QMpxImage::PixCfgPixel); });
+    connect(ui->acPixCfgNone, &QAction::triggered, this,
+        [this] { setToggleMode(true, QMpxImage::PixCfgNone); });
+    connect(ui->acPixCfgMaskAll, &QAction::triggered, this, [this] {
+        if (ov::IMpxPixCfg* cfg = devMpx ? devMpx->pixCfg() : nullptr)
+            cfg->setAllMask(true);
+    });
+    connect(ui->acPixCfgUnmaskAll, &QAction::triggered, this, [this] {
+        if (ov::IMpxPixCfg* cfg = devMpx ? devMpx->pixCfg() : nullptr)
+            cfg->setAllMask(false);
+    });
+    connect(ui->acUndock, &QAction::triggered, this, [this] {
+        acUndock->setVisible(false);
+        acDock->setVisible(true);
+        emit sigUndock();
+    });
+    connect(ui->acDock, &QAction::triggered, this, [this] {
+        acDock->setVisible(false);
+        acUndock->setVisible(true);
+        emit sigDock();
+    });
+    connect(ui->acMeasurement, &QAction::triggered, this, [this] {
+        if (measurementItem)
+            measurementItem->execute();
+    });
+    connect(ui->acPythonScripting, &QAction::triggered, this, [this] {
+        if (scriptingItem)
+            scriptingItem->execute();
+    });
+    connect(ui->acHelp, &QAction::triggered, this, &DevViewMpx::openHelp);
+}
+
+// ---------------------------------------------------------------------------------
+// Initialisation sequence, run by the chip-family view
+
+void DevViewMpx::initialize()
+{
+    if (settings) {
+        settings->load();
+        loadSettings();
+    }
+    getDeviceStatus();
+    initMeasurementIcon();
+    initPythonScriptingIcon();
+}
+
+void DevViewMpx::finishInitialization()
+{
+    DevViewMpx::initialize();
+    setupPanels();
+    setupSlotsAndCbs();
+    initMpxGuiParams();
+    refreshOrvelMenu();
+    loadPanelsStateFromSettings();
+    enableGui(true, false);
+}
+
+void DevViewMpx::setupPanels()
+{
+    msgPanel = new MsgPanel(this);
+    addBottomPanel(msgPanel, "Messages");
+    // The DAC panel joins here for devices with DACs once that panel exists.
+}
+
+void DevViewMpx::setupSlotsAndCbs()
+{
+    // The host cannot forget an event or menu callback, so it is handed a relay that
+    // outlives this page.
+    relay = CallbackRelay::create(this);
+    if (dev) {
+        dev->registerEvent("DeviceCfgChanged", onDeviceCfgChangedWrapper, relay);
+        dev->registerEvent("DevMenuChanged", onMenuChangedWrapper, relay);
+        dev->registerLogCallback(onLogWrapper, relay);
+    }
+    if (host) {
+        if (ov::IUiHooks* hooks = host->uiHooks())
+            hooks->registerMenuChanged(onMenuChangedWrapper, relay);
+        host->registerLogCallback(onLogWrapper, relay);
+    }
+
+    if (ctrl) {
+        connect(ctrl, &DevCtrlMpx::acqRepeatFinished, this, &DevViewMpx::onAcqRepeatFinished);
+        connect(ctrl, &DevCtrlMpx::acqRepeatStarted, this, &DevViewMpx::onAcqRepeatStarted);
+        connect(ctrl, &DevCtrlMpx::acqAllFinished, this, &DevViewMpx::onAcqAllFinished);
+        connect(ctrl, &DevCtrlMpx::progress, this, &DevViewMpx::onAcqProgress);
+        connect(ctrl, &DevCtrlMpx::acqFrameCountChange, this, &DevViewMpx::onFrameCountChanged);
+        connect(
+            ctrl, &DevCtrlMpx::sigDeviceStatusChanged, this, &DevViewMpx::onDeviceStatusChanged);
+        connect(ctrl, &DevCtrlMpx::sigDevLockChanged, this, &DevViewMpx::onDevLockChanged);
+    }
+    connect(frameSpinBox, qOverload<int>(&QSpinBox::valueChanged), this,
+        &DevViewMpx::onsbFrameValueChanged);
+    connect(progressTimer, &QTimer::timeout, this, &DevViewMpx::onTimeProgress);
+    connect(this, &DevViewMpx::sigLogEvent, this, &DevViewMpx::onLogEvent, Qt::QueuedConnection);
+    connect(
+        this, &DevViewMpx::sigMenuChanged, this, &DevViewMpx::onMenuChanged, Qt::QueuedConnection);
+    connect(mpxFrame, &QMpxFrame::clicked, this, &DevViewMpx::onFrameClicked);
+    connect(mpxFrame, &QMpxFrame::dropFiles, this, &DevViewMpx::onDropFiles);
+}
+
+void DevViewMpx::initMpxGuiParams()
+{
+    if (!devMpx)
+        return;
+    const int width = devMpx->width();
+    const int height = devMpx->height();
+    mpxFrame->getAxisX().setRange(0, width - 1);
+    mpxFrame->getAxisY().setRange(0, height - 1);
+    std::vector<double> zeros(devMpx->pixelCount(), 0.0);
+    if (zeros.size() >= static_cast<size_t>(width) * static_cast<size_t>(height) && width > 0)
+        mpxFrame->setData<double>(zeros.data(), width, height);
+}
+
+namespace {
+
+// The first direct child of the host's menu root with the given title.
+const ov::IMenuItem* findMenuItem(ov::IOrvel* host, const char* title)
+{
+    ov::IUiHooks* hooks = host ? host->uiHooks() : nullptr;
+    const ov::IMenuItem* root = hooks ? hooks->menuRoot() : nullptr;
+    if (!root)
+        return nullptr;
+    ov::PtrList<const ov::IMenuItem*> children;
+    root->children(children);
+    for (const ov::IMenuItem* child : children.items())
+        if (child && child->title() && QString::fromUtf8(child->title()) == title)
+            return child;
+    return nullptr;
+}
+
+} // namespace
+
+void DevViewMpx::initMeasurementIcon()
+{
+    if (!host || !host->uiHooks())
+        return;
+    measurementItem = findMenuItem(host, "Measurement");
+    ui->acMeasurement->setVisible(measurementItem != nullptr);
+}
+
+void DevViewMpx::initPythonScriptingIcon()
+{
+    if (!host || !host->uiHooks())
+        return;
+    scriptingItem = findMenuItem(host, "Python Scripting");
+    ui->acPythonScripting->setVisible(scriptingItem != nullptr);
+}
+
+void DevViewMpx::refreshOrvelMenu()
+{
+    const ov::IMenuItem* deviceMenu = dev ? dev->deviceMenu() : nullptr;
+    ov::IUiHooks* hooks = host ? host->uiHooks() : nullptr;
+    const ov::IMenuItem* root = hooks ? hooks->menuRoot() : nullptr;
+
+    auto* newTools = new QOrvelMenu(false);
+    newTools->addToQMenu(deviceMenu);
+    newTools->menu()->addSeparator();
+    newTools->addToQMenu(root);
+    auto* newBar = new QOrvelMenu(true);
+    newBar->addToQMenu(deviceMenu);
+    newBar->menu()->addSeparator();
+    newBar->addToQMenu(root);
+
+    menuButton->setMenu(newTools->menu());
+    menuTools->clear();
+    menuTools->addActions(newBar->menu()->actions());
+    delete toolsMenu;
+    delete menuBarMenu;
+    toolsMenu = newTools;
+    menuBarMenu = newBar;
+}
+
+// ---------------------------------------------------------------------------------
+// Panels
+
+void DevViewMpx::addBottomPanel(QWidget* panel, const QString& title)
+{
+    auto* window = new QFancyToolWindow(panel, title, ui->splitter);
+    window->hide();
+    ui->splitter->addWidget(window);
+    ui->splitter->setStretchFactor(ui->splitter->indexOf(window), 0);
+    bottomPanels.append(window);
+    ui->statusbar->addButton(bottomPanels.size() - 1, title, window);
+}
+
+void DevViewMpx::addStgPanel(QWidget* panel)
+{
+    ui->verticalLayout->insertWidget(ui->verticalLayout->count() - 1, panel);
+    settingsPanelWidth = std::max(settingsPanelWidth, panel->minimumSizeHint().width());
+}
+
+QAction* DevViewMpx::addPanelAction(const QString& title, QWidget* panel, bool visible)
+{
+    QAction* action = menuPanels->addAction(title);
+    action->setCheckable(true);
+    action->setChecked(visible);
+    action->setData(QVariant::fromValue(static_cast<QObject*>(panel)));
+    connect(action, &QAction::triggered, this, &DevViewMpx::onPanelVisibleTriggered);
+    panel->setVisible(visible);
+    return action;
+}
+
+void DevViewMpx::onPanelVisibleTriggered()
+{
+    auto* action = qobject_cast<QAction*>(sender());
+    if (!action)
+        return;
+    if (auto* panel = qobject_cast<QWidget*>(action->data().value<QObject*>()))
+        panel->setVisible(action->isChecked());
+}
+
+QLabelWithIcon* DevViewMpx::getPanelLabelWithIcon(QWidget* panel)
+{
+    if (!panel)
+        return nullptr;
+    for (QObject* child : panel->children())
+        if (auto* label = qobject_cast<QLabelWithIcon*>(child))
+            return label;
+    return nullptr;
+}
+
+void DevViewMpx::savePanelsStateToSettings()
+{
+    if (!settings)
+        return;
+    for (QAction* action : menuPanels->actions()) {
+        auto* panel = qobject_cast<QWidget*>(action->data().value<QObject*>());
+        const QByteArray key = action->text().toUtf8();
+        settings->setBool("Panels", key.constData(), action->isChecked());
+        QLabelWithIcon* label = getPanelLabelWithIcon(panel);
+        settings->setBool("PanelsCollapsed", key.constData(), label ? !label->isOpen() : false);
+    }
+}
+
+void DevViewMpx::loadPanelsStateFromSettings()
+{
+    if (!settings)
+        return;
+    for (QAction* action : menuPanels->actions()) {
+        auto* panel = qobject_cast<QWidget*>(action->data().value<QObject*>());
+        const QByteArray key = action->text().toUtf8();
+        const bool visible = settings->getBool("Panels", key.constData(), action->isChecked());
+        const bool collapsed = settings->getBool("PanelsCollapsed", key.constData(), false);
+        action->setChecked(visible);
+        if (panel)
+            panel->setVisible(visible);
+        if (QLabelWithIcon* label = getPanelLabelWithIcon(panel)) {
+            // A press flips the flag: setting it to the collapsed state first leaves the
+            // panel open when it was not collapsed, and closed when it was.
+            label->setOpen(collapsed);
+            label->mousePressEvent(nullptr);
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------------
+// Settings
+
+QAction* DevViewMpx::aspectRatioAction() const
+{
+    return ui->acResizeAspectRatio;
+}
+
+void DevViewMpx::loadSettings()
+{
+    if (!settings)
+        return;
+    if (ctrl)
+        ctrl->loadSettings(settings);
+    ui->acResizeAspectRatio->setChecked(settings->getBool("View", "KeepAspectRatio", true));
+    ui->acShowMaskedPixels->setChecked(settings->getBool("View", "ShowMaskedPixels", false));
+    if (ctrl)
+        ctrl->showMaskedPixels(ui->acShowMaskedPixels->isChecked());
+    const int map = settings->getInt("View", "ColorMap", 0);
+    const QList<QAction*> group = colorMapGroup->actions();
+    if (map >= 0 && map < group.size()) {
+        group[map]->setChecked(true);
+        mpxFrame->setColorMap(static_cast<ColorMap::DefaultColorMap>(map));
+    }
+}
+
+void DevViewMpx::saveSettings()
+{
+    if (!settings)
+        return;
+    if (ctrl)
+        ctrl->saveSettings(settings);
+    savePanelsStateToSettings();
+    settings->setBool("View", "KeepAspectRatio", ui->acResizeAspectRatio->isChecked());
+    settings->setBool("View", "ShowMaskedPixels", ui->acShowMaskedPixels->isChecked());
+    int map = 0;
+    if (ColorMap* colors = mpxFrame->image->getColorMap())
+        map = colors->getDefaultColorMap();
+    settings->setInt("View", "ColorMap", map);
+}
+
+void DevViewMpx::onExit()
+{
+    saveSettings();
+    if (settings)
+        settings->save();
+}
+
+// ---------------------------------------------------------------------------------
+// Operations of the plug-in's private interface
 
 int DevViewMpx::devType() const
 {
@@ -67,51 +620,289 @@ QString DevViewMpx::devName() const
     return deviceShortName(dev);
 }
 
-void DevViewMpx::onExit()
+void DevViewMpx::setViewMenuBar(QMenuBar* bar)
 {
-    if (!settings)
-        return;
-    saveSettings();
-    settings->save();
+    setMenuBar(bar);
 }
 
-void DevViewMpx::loadSettings()
+QMenuBar* DevViewMpx::viewMenuBar()
 {
-    acResizeAspectRatio->setChecked(settings->getBool("View", "KeepAspectRatio", true));
+    return menuBar();
 }
 
-void DevViewMpx::saveSettings()
+void DevViewMpx::enableUndocking(bool enable)
 {
-    settings->setBool("View", "KeepAspectRatio", acResizeAspectRatio->isChecked());
+    acDock->setVisible(false);
+    acUndock->setVisible(enable);
 }
 
-// Until the measurement controls of a family exist, the operations below have nothing
-// to act on; they answer as a detector that is idle.
-int DevViewMpx::showFrame(ov::IMpxFrame*)
+int DevViewMpx::showFrame(ov::IMpxFrame* frame)
 {
+    if (ctrl)
+        ctrl->showMpxFrame(frame);
     return 0;
 }
+
+// The families forward these to their measurement panel.
 void DevViewMpx::setAcqParams(int, double) { }
 void DevViewMpx::setAcqType(int) { }
 void DevViewMpx::setOutputParams(const char*, bool) { }
 void DevViewMpx::setRepeatParams(int, bool) { }
-void DevViewMpx::setRepeatFileParams(unsigned, int) { }
-void DevViewMpx::setOutputFlags(unsigned) { }
-void DevViewMpx::setRefreshParams(bool, bool) { }
 void DevViewMpx::start() { }
 void DevViewMpx::stop() { }
+
+void DevViewMpx::setRepeatFileParams(unsigned flags, int digits)
+{
+    if (!ctrl)
+        return;
+    ctrl->acqParams().repeatFileFlags = flags;
+    ctrl->acqParams().repeatFileDigits = digits;
+}
+
+void DevViewMpx::setOutputFlags(unsigned flags)
+{
+    if (ctrl)
+        ctrl->acqParams().fileFlags = flags;
+}
+
+void DevViewMpx::setRefreshParams(bool dacs, bool pixCfg)
+{
+    if (!ctrl)
+        return;
+    ctrl->acqParams().refreshDacs = dacs;
+    ctrl->acqParams().refreshPixCfg = pixCfg;
+}
+
+void DevViewMpx::setAcqMode(int mode)
+{
+    if (ctrl)
+        ctrl->acqParams().acqMode = mode;
+}
+
 bool DevViewMpx::isRunning()
 {
-    return false;
+    return ctrl && ctrl->isAcqRunning();
 }
+
 int DevViewMpx::lastAcqResult()
 {
-    return 0;
+    return ctrl ? ctrl->lastAcqResult() : 0;
 }
-void DevViewMpx::setColorMap(int) { }
-void DevViewMpx::setRange(double, double) { }
-void DevViewMpx::setWindowAll(bool) { }
-void DevViewMpx::setCurrentSubFrame(int) { }
-void DevViewMpx::setAcqMode(int) { }
+
+void DevViewMpx::setColorMap(int index)
+{
+    emit sigSetColorMap(index);
+}
+
+void DevViewMpx::setRange(double min, double max)
+{
+    emit sigSetRange(min, max);
+}
+
+void DevViewMpx::setWindowAll(bool all)
+{
+    emit sigSetWindowAll(all);
+}
+
+void DevViewMpx::setCurrentSubFrame(int index)
+{
+    emit sigSetCurrentSubFrame(index);
+}
+
+void DevViewMpx::onSetColorMap(int index)
+{
+    if (index < 0 || index >= ColorMap::Tracking)
+        return;
+    mpxFrame->setColorMap(static_cast<ColorMap::DefaultColorMap>(index));
+}
+
+// The range and window reach the picture through the image-properties panel.
+void DevViewMpx::onSetRange(double, double) { }
+void DevViewMpx::onSetWindowAll(bool) { }
+
+void DevViewMpx::onSetCurrentSubFrame(int index)
+{
+    if (index >= 0 && index < subFrameTabs->count())
+        subFrameTabs->setCurrentIndex(index);
+}
+
+// ---------------------------------------------------------------------------------
+// Actions
+
+void DevViewMpx::rotateClockwise()
+{
+    const QList<QAction*> ring = ui->rotationActions();
+    for (int i = 0; i < ring.size(); ++i) {
+        if (ring[i]->isChecked()) {
+            const int next = (i + 1) % ring.size();
+            ring[next]->setChecked(true);
+            mpxFrame->setRotation(next * 90);
+            return;
+        }
+    }
+    ui->acRotate90->setChecked(true);
+    mpxFrame->setRotation(90);
+}
+
+void DevViewMpx::setToggleMode(bool selection, int mode)
+{
+    mpxFrame->image->selectionEnabled = selection;
+    mpxFrame->image->pixCfgMode = mode;
+    mpxFrame->image->redraw();
+}
+
+void DevViewMpx::setPixCfgEditing(bool checked)
+{
+    emit sigPixConfTriggered(checked);
+    ui->secondToolbar->setVisible(checked);
+    if (ctrl)
+        ctrl->showPixCfgFrames(checked);
+    if (checked) {
+        mpxFrame->image->selectionEnabled = ui->acPixCfgNone->isChecked();
+        return;
+    }
+    ui->acPixCfgNone->setChecked(true);
+    setToggleMode(true, QMpxImage::PixCfgNone);
+}
+
+void DevViewMpx::showChips(bool show)
+{
+    QList<QRect> rects;
+    QList<QString> texts;
+    if (show)
+        getChipRectsTexts(rects, texts);
+    mpxFrame->image->chipRects = rects;
+    mpxFrame->image->chipTexts = texts;
+    mpxFrame->image->redraw();
+}
+
+void DevViewMpx::getChipRectsTexts(QList<QRect>& rects, QList<QString>& texts)
+{
+    if (!devMpx)
+        return;
+    const unsigned chips = devMpx->chipCount();
+    unsigned gridWidth = 0;
+    unsigned gridHeight = 0;
+    std::vector<unsigned> indexes(std::max(chips, 1u) * 4, 0);
+    std::vector<unsigned> rotations(indexes.size(), 0);
+    if (devMpx->chipLayout(&gridWidth, &gridHeight, indexes.data(), rotations.data()) != 0)
+        return;
+    if (static_cast<size_t>(gridWidth) * gridHeight > indexes.size())
+        return;
+    ov::StrList ids;
+    devMpx->chipIds(ids);
+    const std::vector<std::string>& names = ids.items();
+    for (unsigned y = 0; y < gridHeight; ++y) {
+        for (unsigned x = 0; x < gridWidth; ++x) {
+            const unsigned chip = indexes[y * gridWidth + x];
+            rects.append(QRect(QPoint(256 * x, 256 * y), QPoint(256 * x + 255, 256 * y + 255)));
+            const QString id
+                = chip < names.size() ? QString::fromStdString(names[chip]) : QString();
+            texts.append(QString("%1\n%2").arg(chip + 1).arg(id));
+        }
+    }
+}
+
+// Toggling bits by clicking, dropping frame files and the file dialogs of the File
+// menu come with the controller's pixel-configuration and file operations.
+void DevViewMpx::onFrameClicked(unsigned, unsigned, unsigned, unsigned, int) { }
+void DevViewMpx::onDropFiles(QList<QString>) { }
+
+void DevViewMpx::openHelp()
+{
+    QString dir;
+    if (ov::ICoreSettings* core = host ? host->settingsStore() : nullptr) {
+        ov::String value;
+        core->getString("ApplicationDirectory", &value);
+        dir = QString::fromUtf8(value.get());
+    }
+    const QString path = QDir(dir).filePath("help/OrvelPro.pdf");
+    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+// ---------------------------------------------------------------------------------
+// Frame navigation and locking
+
+void DevViewMpx::onFrameCountChanged(int count)
+{
+    {
+        const QSignalBlocker block(frameSpinBox);
+        frameSpinBox->setMaximum(count - 1);
+        frameSpinBox->setValue(count - 1);
+    }
+    const bool any = count >= 1;
+    frameSpinBox->setEnabled(any);
+    ui->acNextFrame->setEnabled(any);
+    ui->acPrevFrame->setEnabled(any);
+}
+
+void DevViewMpx::onsbFrameValueChanged(int index)
+{
+    if (ctrl)
+        ctrl->showAcqFrame(static_cast<unsigned long>(index));
+}
+
+void DevViewMpx::enableGui(bool enabled, bool)
+{
+    const bool haveData = ctrl && ctrl->acqDataCount() != 0;
+    ui->acNextFrame->setEnabled(haveData);
+    ui->acPrevFrame->setEnabled(haveData);
+    frameSpinBox->setEnabled(haveData);
+    ui->secondToolbar->setEnabled(enabled);
+}
+
+void DevViewMpx::onDevLockChanged()
+{
+    const bool locked = dev && dev->isLocked();
+    enableGui(!locked, false);
+}
+
+// ---------------------------------------------------------------------------------
+// Window events and host callbacks
+
+void DevViewMpx::resizeEvent(QResizeEvent* event)
+{
+    DevView::resizeEvent(event);
+}
+
+void DevViewMpx::showEvent(QShowEvent* event)
+{
+    DevView::showEvent(event);
+    if (firstShow) {
+        firstShow = false;
+        onFirstWindowShow();
+    }
+}
+
+void DevViewMpx::onFirstWindowShow()
+{
+    mpxFrame->keepAspectRatio(ui->acResizeAspectRatio->isChecked());
+}
+
+void DevViewMpx::reconnect()
+{
+    emit sigMenuChanged();
+    emit sigReconnect(this);
+}
+
+void DevViewMpx::onDeviceCfgChangedWrapper(long, long user)
+{
+    CallbackRelay::fromUserData(user)->with<DevViewMpx>([](DevViewMpx* view) {
+        QMetaObject::invokeMethod(view, &DevViewMpx::reconnect, Qt::QueuedConnection);
+    });
+}
+
+void DevViewMpx::onMenuChangedWrapper(long, long user)
+{
+    CallbackRelay::fromUserData(user)->with<DevViewMpx>(
+        [](DevViewMpx* view) { emit view->sigMenuChanged(); });
+}
+
+void DevViewMpx::onLogWrapper(unsigned level, const char* text, long user)
+{
+    const QString message = QString::fromUtf8(text ? text : "");
+    CallbackRelay::fromUserData(user)->with<DevViewMpx>(
+        [&](DevViewMpx* view) { emit view->sigLogEvent(static_cast<int>(level), message); });
+}
 
 } // namespace PluginDevControl

@@ -1,0 +1,110 @@
+#include "devviewmpx2.h"
+
+#include "devctrlmpx2.h"
+#include "devviewmpxui.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QToolButton>
+
+namespace PluginDevControl {
+
+DevViewMpx2::DevViewMpx2(QWidget* parent, ov::IOrvel* orvel, ov::IDev* device)
+    : DevViewMpx(parent, orvel, device)
+{
+    initialize();
+}
+
+DevViewMpx2::~DevViewMpx2() = default;
+
+void DevViewMpx2::initialize()
+{
+    devFamily = dynamic_cast<ov::IDevMpx2*>(dev);
+    devMpx = devFamily;
+    setupGui();
+    ctrlFamily = new DevCtrlMpx2(host, devFamily, mpxFrame, subFrameTabs);
+    ctrl = ctrlFamily;
+    finishInitialization();
+}
+
+void DevViewMpx2::setupPanels()
+{
+    DevViewMpx::setupPanels();
+    // The settings column (image properties, measurement, detector settings, digital
+    // test, filters, image info, histogram) fills in as those panels are built.
+    setupPanelsMenu();
+}
+
+void DevViewMpx2::setupPanelsMenu() { }
+
+void DevViewMpx2::onExit()
+{
+    DevViewMpx::onExit();
+}
+
+void DevViewMpx2::enableGui(bool enabled, bool measuring)
+{
+    DevViewMpx::enableGui(enabled, measuring);
+}
+
+QToolButton* DevViewMpx2::initResetBitsMenu()
+{
+    resetMenu = new QMenu(this);
+    auto add = [this](const char* name, const char* text) {
+        QAction* action = resetMenu->addAction(text);
+        action->setObjectName(name);
+        return action;
+    };
+    acResetAllBits = add("acResetAllBits", "Reset All Bits");
+    acResetMaskBits = add("acResetMaskBits", "Reset Mask Bits");
+    acResetTestBits = add("acResetTestBits", "Reset Test Bits");
+    acResetThlBits = add("acResetThlBits", "Reset Thl Bits");
+    const bool timepix = devFamily && devFamily->isTimepix();
+    acResetThhBits = new QAction("Reset Thh Bits", this);
+    acResetThhBits->setObjectName("acResetThhBits");
+    if (!timepix)
+        resetMenu->addAction(acResetThhBits);
+
+    auto pixCfg = [this]() -> ov::IMpxPixCfg* { return devFamily ? devFamily->pixCfg() : nullptr; };
+    connect(acResetAllBits, &QAction::triggered, this, [pixCfg] {
+        if (ov::IMpxPixCfg* cfg = pixCfg())
+            cfg->resetAll();
+    });
+    connect(acResetMaskBits, &QAction::triggered, this, [pixCfg] {
+        if (ov::IMpxPixCfg* cfg = pixCfg())
+            cfg->setAllMask(false);
+    });
+    connect(acResetTestBits, &QAction::triggered, this, [pixCfg] {
+        if (ov::IMpxPixCfg* cfg = pixCfg())
+            cfg->setAllTest(false);
+    });
+    connect(acResetThlBits, &QAction::triggered, this, [pixCfg] {
+        if (ov::IMpxPixCfg* cfg = pixCfg())
+            cfg->setAllThl(cfg->thlMax());
+    });
+    connect(acResetThhBits, &QAction::triggered, this, &DevViewMpx2::resetThhBits);
+
+    auto* button = new QToolButton(this);
+    button->setObjectName("resetBitsButton");
+    button->setIcon(QIcon(":/devcontrol/toolbar2/icons/reset.png"));
+    button->setToolTip("Reset Pixel Cfg. Bits");
+    button->setPopupMode(QToolButton::InstantPopup);
+    button->setMenu(resetMenu);
+    return button;
+}
+
+void DevViewMpx2::resetThhBits()
+{
+    // A Timepix has no THH bits: the entry is not offered and does nothing.
+    if (!devFamily || devFamily->isTimepix())
+        return;
+    if (ov::IMpxPixCfg* cfg = devFamily->pixCfg())
+        cfg->setModeAll(cfg->thhMax());
+}
+
+QList<QAction*> DevViewMpx2::resetActions() const
+{
+    return resetMenu ? resetMenu->actions() : QList<QAction*>();
+}
+
+} // namespace PluginDevControl

@@ -1,0 +1,46 @@
+// The page of a Medipix2 or Timepix detector: the detector shell bound to the Timepix
+// controller. The page is complete when its constructor returns.
+#pragma once
+
+#include "devviewmpx.h"
+
+namespace PluginDevControl {
+
+class DevCtrlMpx2;
+
+class DevViewMpx2 : public DevViewMpx
+{
+    Q_OBJECT
+
+public:
+    DevViewMpx2(QWidget* parent, ov::IOrvel* orvel, ov::IDev* dev);
+    ~DevViewMpx2() override;
+
+    void onExit() override;
+    void enableGui(bool enabled, bool running) override;
+    void initialize() override;
+    void setupPanels() override;
+    QToolButton* initResetBitsMenu() override;
+
+    DevCtrlMpx2* familyController() const { return ctrlFamily; }
+    // The reset entries of the second tool bar, in menu order.
+    QList<QAction*> resetActions() const;
+
+public slots:
+    virtual void onAcqFinished() { }
+
+protected:
+    void setupPanelsMenu();
+    void resetThhBits();
+
+    ov::IDevMpx2* devFamily = nullptr;
+    DevCtrlMpx2* ctrlFamily = nullptr;
+    QAction* acResetAllBits = nullptr;
+    QAction* acResetMaskBits = nullptr;
+    QAction* acResetTestBits = nullptr;
+    QAction* acResetThlBits = nullptr;
+    QAction* acResetThhBits = nullptr;
+    QMenu* resetMenu = nullptr;
+};
+
+} // namespace PluginDevControl
