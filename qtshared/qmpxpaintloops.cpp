@@ -1,5 +1,7 @@
 #include "qmpxpaintloops.h"
 
+#include "vectorstate.h"
+
 #include "colormap.h"
 
 #include <algorithm>
@@ -47,12 +49,6 @@ std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(1024) * 1024};
 std::atomic<bool> genericOnly {false};
 
 #ifdef MPXPAINT_X86
-bool cpuHasAvx()
-{
-    static const bool has = __builtin_cpu_supports("avx");
-    return has;
-}
-
 bool cpuHasAvx2()
 {
     static const bool has = __builtin_cpu_supports("avx2");
@@ -66,25 +62,7 @@ bool cpuHasAvx512()
     return has;
 }
 
-__attribute__((target("avx"))) void zeroUpperAvx()
-{
-    _mm256_zeroupper();
-}
 #endif
-
-// Code of Qt and of the C library that uses 256- or 512-bit registers does not
-// always clear their upper halves when it is done. Until they are cleared, every
-// legacy SSE instruction (our own loops built for baseline x86-64, and log10 and
-// pow of the C library) runs many times slower: pow and log10 drop from about 50
-// and 90 to about 5 million calls per second once a QApplication exists. Each
-// painting thread clears them before its loop.
-void cleanVectorState()
-{
-#ifdef MPXPAINT_X86
-    if (cpuHasAvx())
-        zeroUpperAvx();
-#endif
-}
 
 } // namespace
 

@@ -1,5 +1,7 @@
 #include "physics.h"
 
+#include "vectorstate.h"
+
 #include "poisson.h"
 #include "scene.h"
 
@@ -223,6 +225,7 @@ void PhysicsModel::drawCounts(Rng& rng, T* counts)
 
 void PhysicsModel::countFrame(Rng& rng, double exposure, int16_t* out)
 {
+    cleanVectorState();
     if (m_plan.exposure != exposure)
         buildPlan(exposure);
     drawCounts(rng, out);
@@ -274,6 +277,8 @@ void PhysicsModel::addCosmics(Rng& rng, double exposure, std::vector<float>& ene
 
 void PhysicsModel::frame(Rng& rng, double exposure, int16_t* out)
 {
+    // The measuring thread may come from a GUI thread with dirty vector registers.
+    cleanVectorState();
     const size_t n = m_rate.size();
     const SimPixCfg::Pixels& px = m_inputs.pixels;
     const bool hasCfg = px.mask.size() == n && px.mode.size() == n;

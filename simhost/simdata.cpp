@@ -1,5 +1,7 @@
 #include "simdata.h"
 
+#include "simfiletypes.h"
+
 namespace sim {
 
 SimData* SimData::create(int kind)
@@ -26,9 +28,16 @@ int SimData::decRef()
     return left;
 }
 
-int SimData::saveToFile(ov::IFilePath*, int, int)
+int SimData::saveToFile(ov::IFilePath* path, int fileType, int)
 {
-    return -1;
+    // The flag marks a frame set; every data object of this host holds frames, so it
+    // changes nothing. The file is written in the type's default form.
+    if (!path) {
+        logFileError(QStringLiteral("Saving data: no file name"));
+        return -1;
+    }
+    std::vector<const SimFrame*> frames(m_frames.begin(), m_frames.end());
+    return saveFramesToFile(frames, path->get(), fileType, 0);
 }
 
 ov::IMpxFrame* SimData::frameAt(unsigned index)

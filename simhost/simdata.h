@@ -23,7 +23,8 @@ public:
 
     // ov::IData
     int dataKind() const override { return m_kind; }
-    // Files come with the data formats; until then -1.
+    // Writes all frames to a file of the type (see simfiletypes.h); errors go to the
+    // host log. 0 or -1.
     int saveToFile(ov::IFilePath* path, int fileType, int flag) override;
     // The frame without a new reference (it lives as long as the data object); null
     // when out of range.

@@ -1,5 +1,8 @@
 #include "simframe.h"
 
+#include "simfiletypes.h"
+#include "vectorstate.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -118,9 +121,13 @@ int SimFrame::decRef()
     return left;
 }
 
-int SimFrame::saveToFile(ov::IFilePath*, ov::IFileType*, unsigned)
+int SimFrame::saveToFile(ov::IFilePath* path, ov::IFileType* type, unsigned flags)
 {
-    return -1;
+    if (!path || !type) {
+        logFileError(QStringLiteral("Saving a frame: no file name or no file type"));
+        return -1;
+    }
+    return saveFramesToFile({this}, path->get(), type->typeCode(), flags);
 }
 
 int SimFrame::setData(const void* data, size_t bytes)
@@ -128,6 +135,7 @@ int SimFrame::setData(const void* data, size_t bytes)
     if (!data || bytes != m_data.size())
         return -1;
     std::memcpy(m_data.data(), data, bytes);
+    pixelsChanged();
     return 0;
 }
 
@@ -147,6 +155,10 @@ int SimFrame::dataRef(ov::IRefByteBuff* out, int chip)
 {
     if (!out || (chip != 0 && chip != -1))
         return -1;
+    // The loan is writable and its writes cannot be seen: from now on no statistics
+    // are kept for this frame.
+    m_lent.store(true, std::memory_order_release);
+    pixelsChanged();
     out->setByte(m_data.data(), static_cast<unsigned long>(m_data.size()));
     return 0;
 }
@@ -161,6 +173,7 @@ int SimFrame::convertTo(int dataType)
     convertRaw(m_data.data(), m_type, converted.data(), dataType, pixelCount());
     m_data.swap(converted);
     m_type = dataType;
+    pixelsChanged();
     return 0;
 }
 
@@ -202,6 +215,7 @@ int SimFrame::scale(double factor, double time)
         for (size_t i = 0; i < n; ++i)
             p[i] = clampToType<T>(static_cast<double>(p[i]) * factor);
     });
+    pixelsChanged();
     if (time > 0.0)
         m_acqTime = time;
     return 0;
@@ -215,132 +229,228 @@ double SimFrame::pixel(size_t index) const
         m_type, [&](auto t) { return static_cast<double>(pixels<decltype(t)>()[index]); });
 }
 
-template <class Fn>
-void SimFrame::forEachIndex(const ov::Region* region, Fn fn) const
+SimFrame::Spans SimFrame::spansOf(const ov::Region* region) const
 {
-    const int w = static_cast<int>(m_width);
-    const int h = static_cast<int>(m_height);
+    const int64_t w = m_width;
+    const int64_t h = m_height;
+    Spans spans;
     if (!region || region->count == 0 || !region->rects) {
-        const size_t n = pixelCount();
-        for (size_t i = 0; i < n; ++i)
-            fn(i);
-        return;
+        spans.push_back({0, pixelCount()});
+        return spans;
     }
-    auto clip = [w, h](const ov::RegionRect& r, int* x0, int* y0, int* x1, int* y1) {
-        *x0 = std::max(r.x, 0);
-        *y0 = std::max(r.y, 0);
-        *x1 = std::min(r.width > 0 ? r.x + r.width : r.x, w);
-        *y1 = std::min(r.height > 0 ? r.y + r.height : r.y, h);
-        return *x0 < *x1 && *y0 < *y1;
+    struct Box
+    {
+        int64_t x0, y0, x1, y1;
     };
-    int x0, y0, x1, y1;
-    if (region->count == 1) {
-        if (!clip(region->rects[0], &x0, &y0, &x1, &y1))
-            return;
-        for (int y = y0; y < y1; ++y)
-            for (int x = x0; x < x1; ++x)
-                fn(size_t(y) * m_width + size_t(x));
-        return;
-    }
-    // Several rectangles may overlap: mark the pixels first so each counts once.
-    std::vector<uint8_t> marks(pixelCount(), 0);
-    int minY = h, maxY = 0;
+    auto clip = [w, h](const ov::RegionRect& r, Box* b) {
+        b->x0 = std::max<int64_t>(r.x, 0);
+        b->y0 = std::max<int64_t>(r.y, 0);
+        b->x1 = std::min<int64_t>(r.width > 0 ? int64_t(r.x) + r.width : r.x, w);
+        b->y1 = std::min<int64_t>(r.height > 0 ? int64_t(r.y) + r.height : r.y, h);
+        return b->x0 < b->x1 && b->y0 < b->y1;
+    };
+    // Appends the row piece [x0, x1) of row y, joining it to the previous span when
+    // they touch (also across the end of a row).
+    auto add = [&spans, w](int64_t y, int64_t x0, int64_t x1) {
+        const size_t begin = size_t(y * w + x0);
+        if (!spans.empty() && spans.back().begin + spans.back().count == begin)
+            spans.back().count += size_t(x1 - x0);
+        else
+            spans.push_back({begin, size_t(x1 - x0)});
+    };
+    std::vector<Box> boxes;
+    boxes.reserve(region->count);
+    int64_t minY = h;
+    int64_t maxY = 0;
     for (unsigned r = 0; r < region->count; ++r) {
-        if (!clip(region->rects[r], &x0, &y0, &x1, &y1))
+        Box b;
+        if (!clip(region->rects[r], &b))
             continue;
-        minY = std::min(minY, y0);
-        maxY = std::max(maxY, y1);
-        for (int y = y0; y < y1; ++y)
-            std::memset(&marks[size_t(y) * m_width + size_t(x0)], 1, size_t(x1 - x0));
+        boxes.push_back(b);
+        minY = std::min(minY, b.y0);
+        maxY = std::max(maxY, b.y1);
     }
-    for (int y = minY; y < maxY; ++y) {
-        for (int x = 0; x < w; ++x) {
-            const size_t i = size_t(y) * m_width + size_t(x);
-            if (marks[i])
-                fn(i);
+    if (boxes.size() == 1) {
+        for (int64_t y = boxes[0].y0; y < boxes[0].y1; ++y)
+            add(y, boxes[0].x0, boxes[0].x1);
+        return spans;
+    }
+    // Overlapping rectangles: the union of their pieces on each row, so every pixel
+    // counts once, in increasing order.
+    std::vector<std::pair<int64_t, int64_t>> pieces;
+    for (int64_t y = minY; y < maxY; ++y) {
+        pieces.clear();
+        for (const Box& b : boxes)
+            if (b.y0 <= y && y < b.y1)
+                pieces.push_back({b.x0, b.x1});
+        std::sort(pieces.begin(), pieces.end());
+        size_t i = 0;
+        while (i < pieces.size()) {
+            int64_t x0 = pieces[i].first;
+            int64_t x1 = pieces[i].second;
+            for (++i; i < pieces.size() && pieces[i].first <= x1; ++i)
+                x1 = std::max(x1, pieces[i].second);
+            add(y, x0, x1);
         }
     }
+    return spans;
 }
 
-SimFrame::Stats SimFrame::stats(const ov::Region* region) const
+bool SimFrame::keepable(const Spans& spans) const
 {
-    Stats s;
-    s.min = std::numeric_limits<double>::infinity();
-    s.max = -std::numeric_limits<double>::infinity();
-    s.minNonZero = std::numeric_limits<double>::infinity();
-    visitFrameType(m_type, [&](auto t) {
-        using T = decltype(t);
-        const T* p = pixels<T>();
-        forEachIndex(region, [&](size_t i) {
-            const double v = static_cast<double>(p[i]);
-            ++s.count;
-            s.min = std::min(s.min, v);
-            s.max = std::max(s.max, v);
-            if (v != 0.0) {
-                s.hasNonZero = true;
-                s.minNonZero = std::min(s.minNonZero, v);
-            }
-            s.sum += v;
-            s.sumSquares += v * v;
-        });
-    });
-    if (s.count == 0) {
-        s.min = s.max = 0.0;
+    return spans.size() == 1 && spans[0].begin == 0 && spans[0].count == pixelCount()
+        && !m_lent.load(std::memory_order_acquire);
+}
+
+template <class Fn>
+bool SimFrame::withKept(uint64_t generation, Fn fn) const
+{
+    std::lock_guard<std::mutex> lock(m_keptMutex);
+    if (m_generation.load(std::memory_order_acquire) != generation)
+        return false;
+    if (m_kept.generation != generation) {
+        m_kept = Kept();
+        m_kept.generation = generation;
     }
-    if (!s.hasNonZero)
-        s.minNonZero = 0.0;
-    return s;
+    return fn(m_kept);
+}
+
+framestats::Extremes SimFrame::extremes(const Spans& spans) const
+{
+    const bool keep = keepable(spans);
+    const uint64_t generation = m_generation.load(std::memory_order_acquire);
+    framestats::Extremes e;
+    if (keep && withKept(generation, [&](Kept& k) {
+            e = k.extremes;
+            return k.hasExtremes;
+        }))
+        return e;
+    // Called from the GUI thread, whose vector registers Qt leaves dirty.
+    cleanVectorState();
+    e = framestats::extremes(m_type, m_data.data(), spans);
+    if (keep)
+        withKept(generation, [&](Kept& k) {
+            k.extremes = e;
+            k.hasExtremes = true;
+            return true;
+        });
+    return e;
+}
+
+double SimFrame::total(const Spans& spans) const
+{
+    const bool keep = keepable(spans);
+    const uint64_t generation = m_generation.load(std::memory_order_acquire);
+    double sum = 0.0;
+    if (keep && withKept(generation, [&](Kept& k) {
+            sum = k.total;
+            return k.hasTotal;
+        }))
+        return sum;
+    cleanVectorState();
+    sum = framestats::total(m_type, m_data.data(), spans);
+    if (keep)
+        withKept(generation, [&](Kept& k) {
+            k.total = sum;
+            k.hasTotal = true;
+            return true;
+        });
+    return sum;
+}
+
+size_t SimFrame::histogramOf(const Spans& spans, const framestats::Extremes& ext, int bins,
+    double min, double max, double* out) const
+{
+    const bool keep = keepable(spans);
+    const uint64_t generation = m_generation.load(std::memory_order_acquire);
+    size_t counted = 0;
+    if (keep && withKept(generation, [&](Kept& k) {
+            if (k.histBins != bins || !(k.histMin == min) || !(k.histMax == max))
+                return false;
+            std::copy(k.hist.begin(), k.hist.end(), out);
+            counted = k.histCounted;
+            return true;
+        }))
+        return counted;
+    cleanVectorState();
+    counted = framestats::histogram(m_type, m_data.data(), spans, bins, min, max, ext, out);
+    if (keep)
+        withKept(generation, [&](Kept& k) {
+            k.hist.assign(out, out + bins);
+            k.histBins = bins;
+            k.histMin = min;
+            k.histMax = max;
+            k.histCounted = counted;
+            return true;
+        });
+    return counted;
 }
 
 double SimFrame::maxValue(const ov::Region* region)
 {
-    return stats(region).max;
+    return extremes(spansOf(region)).max;
 }
 
 double SimFrame::minValue(const ov::Region* region)
 {
-    return stats(region).min;
+    return extremes(spansOf(region)).min;
 }
 
 double SimFrame::minNonZero(const ov::Region* region)
 {
-    return stats(region).minNonZero;
+    return extremes(spansOf(region)).minNonZero;
 }
 
 double SimFrame::regionMean(const ov::Region* region)
 {
-    const Stats s = stats(region);
-    return s.count ? s.sum / static_cast<double>(s.count) : 0.0;
+    const Spans spans = spansOf(region);
+    size_t count = 0;
+    for (const framestats::Span& s : spans)
+        count += s.count;
+    return count ? total(spans) / static_cast<double>(count) : 0.0;
 }
 
 double SimFrame::regionTotal(const ov::Region* region)
 {
-    return stats(region).sum;
+    return total(spansOf(region));
 }
 
 double SimFrame::regionDeviation(const ov::Region* region)
 {
     // Standard deviation of the pixels of the region (population, n in the divisor),
     // computed around the mean in a second pass for accuracy.
-    const Stats s = stats(region);
-    if (s.count == 0)
+    const Spans spans = spansOf(region);
+    size_t count = 0;
+    for (const framestats::Span& s : spans)
+        count += s.count;
+    if (count == 0)
         return 0.0;
-    const double mean = s.sum / static_cast<double>(s.count);
-    double acc = 0.0;
-    visitFrameType(m_type, [&](auto t) {
-        const auto* p = pixels<decltype(t)>();
-        forEachIndex(region, [&](size_t i) {
-            const double d = static_cast<double>(p[i]) - mean;
-            acc += d * d;
+    const bool keep = keepable(spans);
+    const uint64_t generation = m_generation.load(std::memory_order_acquire);
+    double deviation = 0.0;
+    if (keep && withKept(generation, [&](Kept& k) {
+            deviation = k.deviation;
+            return k.hasDeviation;
+        }))
+        return deviation;
+    const double mean = total(spans) / static_cast<double>(count);
+    cleanVectorState();
+    const double acc = framestats::squaredDeviations(m_type, m_data.data(), spans, mean);
+    deviation = std::sqrt(acc / static_cast<double>(count));
+    if (keep)
+        withKept(generation, [&](Kept& k) {
+            k.deviation = deviation;
+            k.hasDeviation = true;
+            return true;
         });
-    });
-    return std::sqrt(acc / static_cast<double>(s.count));
+    return deviation;
 }
 
 int SimFrame::pixelCountInRegion(const ov::Region* region)
 {
     size_t n = 0;
-    forEachIndex(region, [&](size_t) { ++n; });
+    for (const framestats::Span& s : spansOf(region))
+        n += s.count;
     return static_cast<int>(n);
 }
 
@@ -348,28 +458,13 @@ int SimFrame::histogram(int bins, double* out, const ov::Region* region, double 
 {
     if (bins <= 0 || !out)
         return -1;
-    std::fill(out, out + bins, 0.0);
+    const Spans spans = spansOf(region);
+    const framestats::Extremes ext = extremes(spans);
     if (!(max > min)) {
-        const Stats s = stats(region);
-        min = s.min;
-        max = s.max;
+        min = ext.min;
+        max = ext.max;
     }
-    const double width = max - min;
-    int counted = 0;
-    visitFrameType(m_type, [&](auto t) {
-        const auto* p = pixels<decltype(t)>();
-        forEachIndex(region, [&](size_t i) {
-            const double v = static_cast<double>(p[i]);
-            if (!(v >= min && v <= max))
-                return;
-            int bin = width > 0.0 ? static_cast<int>((v - min) / width * bins) : 0;
-            if (bin >= bins)
-                bin = bins - 1;
-            out[bin] += 1.0;
-            ++counted;
-        });
-    });
-    return counted;
+    return static_cast<int>(histogramOf(spans, ext, bins, min, max, out));
 }
 
 double SimFrame::fractile(double q, int bins, const ov::Region* region)
@@ -377,13 +472,15 @@ double SimFrame::fractile(double q, int bins, const ov::Region* region)
     if (bins <= 0)
         bins = 1;
     q = std::clamp(q, 0.0, 1.0);
-    const Stats s = stats(region);
+    const Spans spans = spansOf(region);
+    const framestats::Extremes s = extremes(spans);
     if (s.count == 0)
         return 0.0;
     if (s.max <= s.min)
         return s.min;
+    // Both fractions of a range mode come from one histogram, kept with the frame.
     std::vector<double> hist(static_cast<size_t>(bins));
-    histogram(bins, hist.data(), region, s.min, s.max);
+    histogramOf(spans, s, bins, s.min, s.max, hist.data());
     const double target = q * static_cast<double>(s.count);
     const double binWidth = (s.max - s.min) / bins;
     double below = 0.0;

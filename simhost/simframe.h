@@ -6,8 +6,15 @@
 // creator and deletes itself when the last one is dropped. Pixel data are not guarded:
 // as with the real host, a frame that has been handed out is only read, and a writer
 // (setData, scale, convertTo) must own the frame exclusively.
+//
+// Statistics of the whole frame (extremes, total, deviation, the last histogram) are
+// kept between calls and dropped by every change of the pixels: each writer bumps a
+// generation counter. A frame whose pixels were lent out writable through dataRef
+// never uses the kept values again, since writes through the loan cannot be seen.
+// The kept values are guarded by a mutex, so statistics may be asked from any thread.
 #pragma once
 
+#include "framestats.h"
 #include "livecounter.h"
 
 #include <ovdetector.h>
@@ -15,6 +22,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -38,7 +46,8 @@ public:
     // ov::IMpxFrame
     using ov::IMpxFrame::frameName;
     using ov::IMpxFrame::subFrames;
-    // Files come with the data formats; until then -1.
+    // Writes the frame to a file of the type's code (see simfiletypes.h); errors go to
+    // the host log. 0 or -1.
     int saveToFile(ov::IFilePath* path, ov::IFileType* type, unsigned flags) override;
     uint64_t frameInfoSource() const override { return m_infoSource; }
     void setFrameInfoSource(uint64_t source) override { m_infoSource = source; }
@@ -87,11 +96,19 @@ public:
     // Takes a reference on frame and keeps it as the next sub-frame.
     int addSubFrame(SimFrame* frame);
     SimFrame* subFrame(int index) const;
-    void* rawData() { return m_data.data(); }
+    // The writable pixels. Taking them drops the kept statistics; a writer that keeps
+    // the pointer across a statistics call takes it again (or calls pixelsChanged)
+    // after writing.
+    void* rawData()
+    {
+        pixelsChanged();
+        return m_data.data();
+    }
     const void* rawData() const { return m_data.data(); }
     template <typename T>
     T* pixels()
     {
+        pixelsChanged();
         return reinterpret_cast<T*>(m_data.data());
     }
     template <typename T>
@@ -100,6 +117,8 @@ public:
         return reinterpret_cast<const T*>(m_data.data());
     }
     double pixel(size_t index) const;
+    // Drops the kept statistics: the pixels have been written behind the frame's back.
+    void pixelsChanged() { m_generation.fetch_add(1, std::memory_order_acq_rel); }
     // The mask of the pixel configuration in effect when the frame was made (one byte a
     // pixel, 1 masked); empty when the frame has none.
     // The vector is shared by the frames of one measurement and never changed.
@@ -113,20 +132,38 @@ private:
     SimFrame(unsigned width, unsigned height, int dataType);
     ~SimFrame();
 
-    struct Stats
+    using Spans = std::vector<framestats::Span>;
+    // The pixels of region as spans of indices in increasing order; the whole frame is
+    // one span.
+    Spans spansOf(const ov::Region* region) const;
+    // Whether the kept statistics may serve spans: the whole frame, never lent out.
+    bool keepable(const Spans& spans) const;
+    framestats::Extremes extremes(const Spans& spans) const;
+    double total(const Spans& spans) const;
+    // The histogram rule over [min, max] into out; returns the pixels counted.
+    size_t histogramOf(const Spans& spans, const framestats::Extremes& ext, int bins, double min,
+        double max, double* out) const;
+
+    // Statistics of the whole frame for one generation of its pixels.
+    struct Kept
     {
-        size_t count = 0;
-        double min = 0.0;
-        double max = 0.0;
-        double minNonZero = 0.0;
-        bool hasNonZero = false;
-        double sum = 0.0;
-        double sumSquares = 0.0;
+        uint64_t generation = 0;
+        bool hasExtremes = false;
+        framestats::Extremes extremes;
+        bool hasTotal = false;
+        double total = 0.0;
+        bool hasDeviation = false;
+        double deviation = 0.0;
+        int histBins = 0;
+        double histMin = 0.0;
+        double histMax = 0.0;
+        size_t histCounted = 0;
+        std::vector<double> hist;
     };
-    Stats stats(const ov::Region* region) const;
-    // Calls fn(index) for every pixel of the region, each once.
+    // Runs fn on the kept values of generation under the lock; false when the pixels
+    // have changed since (then nothing is kept).
     template <class Fn>
-    void forEachIndex(const ov::Region* region, Fn fn) const;
+    bool withKept(uint64_t generation, Fn fn) const;
 
     std::atomic<int> m_refs {1};
     unsigned m_width;
@@ -138,6 +175,10 @@ private:
     uint64_t m_infoSource = 0;
     std::shared_ptr<const std::vector<uint8_t>> m_mask;
     std::vector<SimFrame*> m_subFrames;
+    std::atomic<uint64_t> m_generation {1};
+    std::atomic<bool> m_lent {false};
+    mutable std::mutex m_keptMutex;
+    mutable Kept m_kept;
     LiveToken<Counted::Frame> m_live;
 };
 

@@ -39,6 +39,7 @@ const char* levelName(unsigned level)
 SimHost::SimHost(const QString& homeDir) : m_home(QDir(homeDir).absolutePath())
 {
     m_logFn = [this](unsigned level, const QString& text) { log(level, text); };
+    m_dataMgr.setLog(m_logFn);
     const bool homeOk = prepareHome();
     m_core = std::make_unique<CoreSettings>(QDir(m_home).filePath(QStringLiteral("orvel.ini")),
         CoreSettings::defaultsFor(m_home), m_logFn);
@@ -51,6 +52,7 @@ SimHost::SimHost(const QString& homeDir) : m_home(QDir(homeDir).absolutePath())
 
 SimHost::~SimHost()
 {
+    m_dataMgr.setLog(LogFn());
     m_hooks.reset();
     m_menu.reset();
     m_settings->saveAll();

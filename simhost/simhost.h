@@ -16,6 +16,7 @@
 #include "coresettings.h"
 #include "deviceset.h"
 #include "settingsregistry.h"
+#include "simdatamgr.h"
 #include "simdevice.h"
 #include "simmenu.h"
 #include "uihooks.h"
@@ -62,8 +63,9 @@ public:
     // for the same module and device (name and serial); flag is not used.
     ov::ISettings* moduleSettings(const char* module, ov::IDev* dev, int flag = 0) override;
     ov::ICoreSettings* settingsStore() override { return m_core.get(); }
-    // No data manager or filter manager yet: both give null.
-    ov::IDataMgr* dataMgr() override { return nullptr; }
+    // The data manager makes frames, knows the file types and loads files; no filter
+    // manager yet: null.
+    ov::IDataMgr* dataMgr() override { return &m_dataMgr; }
     ov::IDataFilterMgr* dataFilterMgr() override { return nullptr; }
     // Only "NewDevice" and "DeviceRemoved" exist at host level; other names give -1.
     int registerEvent(const char* eventName, ov::EventCallback cb, void* user) override;
@@ -108,6 +110,7 @@ private:
     LogFn m_logFn;
     std::unique_ptr<CoreSettings> m_core;
     std::unique_ptr<SettingsRegistry> m_settings;
+    SimDataMgr m_dataMgr;
     EventTable m_events;
     CallbackList<ov::LogCallback> m_logCallbacks;
     std::atomic<int> m_exitRequests {0};

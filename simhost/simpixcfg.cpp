@@ -184,7 +184,14 @@ bool SimPixCfg::maskRow(unsigned y) const
 
 int SimPixCfg::maskBits(ov::IByteBuff* out, int chip) const
 {
-    return bits(Mask, out, chip);
+    // As the chip has it: a mask bit of 1 lets the pixel count, 0 masks it.
+    const int rc = bits(Mask, out, chip);
+    if (rc == 0) {
+        unsigned char* bytes = out->dataByte();
+        for (unsigned long i = 0; i < out->byteSize(); ++i)
+            bytes[i] = bytes[i] ? 0 : 1;
+    }
+    return rc;
 }
 
 int SimPixCfg::setAllTest(bool on)
@@ -321,7 +328,8 @@ void SimPixCfg::releaseCopy()
 
 int SimPixCfg::setModeAll(uint8_t mode)
 {
-    if (m_kind != KindTimepix || mode > kModeMax)
+    // One plane serves both chips: the Timepix mode, or the Medipix2 THH adjustment.
+    if (mode > (m_kind == KindTimepix ? kModeMax : kThhMax))
         return -1;
     return setAll(Mode, mode);
 }

@@ -64,6 +64,8 @@ public:
     bool maskColumn(unsigned x) const override;
     bool maskRow(unsigned y) const override;
     // Chip 0 (or -1): the whole matrix, one byte a pixel; other chips -1.
+    // One byte a pixel, the chip's mask bit: 1 for a pixel that counts, 0 for a masked
+    // one (maskBit and its kin answer "is it masked").
     int maskBits(ov::IByteBuff* out, int chip = 0) const override;
     int setAllTest(bool on) override;
     int setTestBit(unsigned pixel, bool on) override;
@@ -89,7 +91,7 @@ public:
     int resetAll() override;
     // Deletes a working copy; nothing for the live configuration.
     void releaseCopy() override;
-    // Timepix only (-1 on a Medipix2); values above 3 are refused.
+    // All Timepix modes (at most 3) or all Medipix2 THH adjustments (at most 7).
     int setModeAll(uint8_t mode) override;
     // Timepix mode, or Medipix2 THH adjustment.
     uint8_t mode8(unsigned pixel) const override;

@@ -1,6 +1,7 @@
 #include "timepixdevice.h"
 
 #include "acquisition.h"
+#include "outputwriter.h"
 
 #include <QString>
 
@@ -173,15 +174,17 @@ bool TimepixDevice::refreshPhysics()
 class TimepixDevice::Series final : public SeriesTarget
 {
 public:
-    Series(TimepixDevice& dev, const AcqRecord& acq, const TestPulseRecord* tp)
-        : m_dev(dev), m_acq(acq), m_tp(tp)
+    Series(
+        TimepixDevice& dev, const AcqRecord& acq, const TestPulseRecord* tp, OutputWriter* output)
+        : m_dev(dev), m_acq(acq), m_tp(tp), m_output(output)
     { }
 
     void post(const char* event, long data) override { m_dev.m_delivery.post(event, data); }
     bool aborted() const override { return m_dev.abortRequested(); }
 
-    int runRound(int) override
+    int runRound(int round) override
     {
+        m_round = round;
         m_dev.m_store.clear();
         const size_t n = size_t(m_dev.m_width) * size_t(m_dev.m_height);
         SimFrame* sum = nullptr;
@@ -278,6 +281,9 @@ private:
         data->addFrame(frame);
         const int at = m_dev.m_store.add(data);
         data->decRef();
+        // The file is complete before the plug-in hears of the frame.
+        if (m_output)
+            m_output->write(m_round, m_acq.integral ? 0 : int(index) - 1, *frame);
         post("AcqFinished", long(index));
         post("AcqNewData", long(at));
     }
@@ -285,6 +291,8 @@ private:
     TimepixDevice& m_dev;
     const AcqRecord& m_acq;
     const TestPulseRecord* m_tp;
+    OutputWriter* m_output;
+    int m_round = 0;
     std::shared_ptr<const std::vector<uint8_t>> m_mask;
     uint64_t m_maskVersion = 0;
 };
@@ -320,12 +328,10 @@ int TimepixDevice::doAdvancedAcquisition(
     m_running.store(true);
     clearAbort();
     m_store.setLimitBytes(static_cast<size_t>(std::max(0.0, frameMemoryMb()) * 1048576.0));
-    if (!acq.outputFile.empty())
-        log(ov::LogInfo,
-            QStringLiteral("Output file %1: file output is not written by this host yet")
-                .arg(QString::fromUtf8(acq.outputFile.c_str())));
+    OutputWriter output(acq, repeatDesc ? &repeat : nullptr,
+        [this](unsigned level, const QString& text) { log(level, text); });
 
-    Series series(*this, acq, acq.testPulses ? &tp : nullptr);
+    Series series(*this, acq, acq.testPulses ? &tp : nullptr, &output);
     int result = AcqOk;
     if (acq.refreshDacs) {
         // New DACs settle for the DAC delay before the shutter opens.
@@ -338,6 +344,7 @@ int TimepixDevice::doAdvancedAcquisition(
         series.post("AcqMeasStarted", 0);
         series.post("AcqMeasFinished", result);
     }
+    output.finish();
     m_delivery.flush();
     m_running.store(false);
     return result;

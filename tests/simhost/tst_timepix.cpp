@@ -103,7 +103,9 @@ private slots:
         ov::DataBuff<unsigned char> mask;
         QCOMPARE(cfg->maskBits(&mask), 0);
         QCOMPARE(int(mask.size()), 65536);
-        QCOMPARE(int(mask[5]), 1);
+        // Pixel 5 is masked: its mask bit is 0; pixel 6 counts.
+        QCOMPARE(int(mask[5]), 0);
+        QCOMPARE(int(mask[6]), 1);
         QCOMPARE(c.get("PixCfgChanged"), 7);
 
         // A working copy changes nothing until setPixCfg makes it current.

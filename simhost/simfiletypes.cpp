@@ -1,0 +1,181 @@
+#include "simfiletypes.h"
+
+#include "framefile.h"
+#include "simframe.h"
+
+#include <fileops.h>
+
+#include <QFileInfo>
+
+#include <mutex>
+
+namespace sim {
+
+namespace {
+
+std::mutex g_logMutex;
+const void* g_logOwner = nullptr;
+LogFn g_log;
+
+QString qs(const std::string& text)
+{
+    return QString::fromUtf8(text.c_str());
+}
+
+FrameView viewOf(const SimFrame& frame)
+{
+    FrameView v;
+    v.dataType = frame.dataType();
+    v.width = frame.width();
+    v.height = frame.height();
+    v.acqTime = frame.acqTime();
+    v.name = frame.name();
+    v.pixels = frame.rawData();
+    return v;
+}
+
+} // namespace
+
+bool SimFileType::canSaveFrames(int flag) const
+{
+    return flag == ov::DataFrames || flag == ov::DataFrameSet;
+}
+
+const std::vector<SimFileType*>& hostFileTypes()
+{
+    static SimFileType multi(FileTypeMultiFrame, "Multi-frame file", "mfd", true);
+    static SimFileType text(FileTypeTextFrame, "Text matrix frame", "txt", false);
+    static SimFileType binary(FileTypeBinaryFrame, "Binary frame", "bin", false);
+    static SimFileType picture(FileTypePicture, "Picture", "png", false);
+    static const std::vector<SimFileType*> types {&multi, &text, &binary, &picture};
+    return types;
+}
+
+SimFileType* hostFileTypeById(int code)
+{
+    for (SimFileType* type : hostFileTypes())
+        if (type->typeCode() == code)
+            return type;
+    return nullptr;
+}
+
+SimFileType* hostFileTypeForPath(const std::string& path)
+{
+    return hostFileTypeById(fileTypeFromPath(path));
+}
+
+int HostOutputFileTypes::multiFrameByName(const std::string& path) const
+{
+    const SimFileType* type = hostFileTypeForPath(path);
+    return type ? int(type->isMultiFrame()) : -1;
+}
+
+int HostOutputFileTypes::multiFrameById(int code) const
+{
+    const SimFileType* type = hostFileTypeById(code);
+    return type ? int(type->isMultiFrame()) : -1;
+}
+
+int HostOutputFileTypes::typeIdFromName(const std::string& path) const
+{
+    return fileTypeFromPath(path);
+}
+
+void setFileLog(const void* owner, LogFn fn)
+{
+    std::lock_guard<std::mutex> lock(g_logMutex);
+    g_logOwner = owner;
+    g_log = std::move(fn);
+}
+
+void clearFileLog(const void* owner)
+{
+    std::lock_guard<std::mutex> lock(g_logMutex);
+    if (g_logOwner != owner)
+        return;
+    g_logOwner = nullptr;
+    g_log = nullptr;
+}
+
+void logFileError(const QString& text)
+{
+    LogFn fn;
+    {
+        std::lock_guard<std::mutex> lock(g_logMutex);
+        fn = g_log;
+    }
+    if (fn)
+        fn(ov::LogError, text);
+}
+
+int saveFramesToFile(
+    const std::vector<const SimFrame*>& frames, const std::string& path, int code, unsigned flags)
+{
+    if (path.empty()) {
+        logFileError(QStringLiteral("Saving frames: no file name"));
+        return -1;
+    }
+    if (frames.empty()) {
+        logFileError(QStringLiteral("Saving %1: no frames to save").arg(qs(path)));
+        return -1;
+    }
+    for (const SimFrame* frame : frames)
+        if (!frame) {
+            logFileError(QStringLiteral("Saving %1: no frame").arg(qs(path)));
+            return -1;
+        }
+    if (code == FileTypePicture) {
+        logFileError(QStringLiteral("Saving %1: pictures are drawn by the user interface, "
+                                    "the host writes only data files")
+                         .arg(qs(path)));
+        return -1;
+    }
+    if (!fileFormOf(code, flags, nullptr)) {
+        logFileError(
+            QStringLiteral("Saving %1: the host has no file type %2").arg(qs(path)).arg(code));
+        return -1;
+    }
+    std::string error;
+    if (code == FileTypeMultiFrame) {
+        std::vector<FrameView> views;
+        for (const SimFrame* frame : frames) {
+            views.push_back(viewOf(*frame));
+            if (flags & FileFlagSubFramesOneFile)
+                for (int i = 0; i < frame->subFrameCount(); ++i)
+                    views.push_back(viewOf(*frame->subFrame(i)));
+        }
+        if (writeFrameFile(path, code, flags, views, &error) != 0) {
+            logFileError(QStringLiteral("Saving frames: %1").arg(qs(error)));
+            return -1;
+        }
+        return 0;
+    }
+    // A single-frame type: one file per frame, numbered when there are several.
+    const int digits = outputIndexDigits(int(frames.size()));
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const std::string name = frames.size() == 1
+            ? path
+            : getFileNameIdx(std::filesystem::path(path), int(i), digits, "_", "");
+        if (writeFrameFile(name, code, flags, {viewOf(*frames[i])}, &error) != 0) {
+            logFileError(QStringLiteral("Saving frames: %1").arg(qs(error)));
+            return -1;
+        }
+    }
+    return 0;
+}
+
+SimFrame* frameFromFileData(FrameData&& data)
+{
+    SimFrame* frame = SimFrame::create(data.width, data.height, data.dataType);
+    if (!frame)
+        return nullptr;
+    if (frame->setData(data.pixels.data(), data.pixels.size()) != 0) {
+        frame->decRef();
+        return nullptr;
+    }
+    frame->setAcqTime(data.acqTime);
+    frame->setFrameName(data.name.c_str());
+    return frame;
+}
+
+} // namespace sim

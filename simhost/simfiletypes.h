@@ -1,0 +1,87 @@
+// The host's file types (ov::IFileType) and the glue between frames and frame files:
+// saving SimFrame and SimData objects, making frames from files, and the answers
+// about file types that the output-naming rules need.
+//
+// | code | description        | extension | frames |
+// |------|--------------------|-----------|--------|
+// | 4    | Multi-frame file   | mfd       | any number; text or binary, matrix or sparse |
+// | 2    | Text matrix frame  | txt       | one, text matrix |
+// | 3    | Binary frame       | bin       | one, binary matrix |
+// | 10   | Picture            | png       | drawn by the user interface, not by the host |
+//
+// The formats are in framefile.h and docs/file-formats.md.
+#pragma once
+
+#include "hostlog.h"
+
+#include <outputfilename.h>
+#include <ovcore.h>
+
+#include <string>
+#include <vector>
+
+namespace sim {
+
+class SimFrame;
+struct FrameData;
+
+class SimFileType final : public ov::IFileType
+{
+public:
+    SimFileType(int code, const char* description, const char* extension, bool multi)
+        : m_code(code), m_description(description), m_extension(extension), m_multi(multi)
+    { }
+
+    // True for frames (flag 1) and frame sets (data kind 3); pixel lists (kind 2) are
+    // not frames.
+    bool canSaveFrames(int flag) const override;
+    bool isMultiFrame() const override { return m_multi; }
+    int typeCode() const override { return m_code; }
+    const char* description() const override { return m_description; }
+    const char* extension() const override { return m_extension; }
+    // The host's file types have no parameters.
+    ov::IParamMgr* params() override { return nullptr; }
+
+private:
+    const int m_code;
+    const char* const m_description;
+    const char* const m_extension;
+    const bool m_multi;
+};
+
+// Every file type of the host, in the order the save dialog offers them. The objects
+// live as long as the process.
+const std::vector<SimFileType*>& hostFileTypes();
+SimFileType* hostFileTypeById(int code);
+// The type of a file name by its extension (a description "x.txt.dsc" counts as its
+// data file "x.txt"); null when no type has that extension.
+SimFileType* hostFileTypeForPath(const std::string& path);
+
+// The host's answers to the output-naming rules.
+class HostOutputFileTypes final : public OutputFileTypes
+{
+public:
+    int multiFrameByName(const std::string& path) const override;
+    int multiFrameById(int code) const override;
+    int typeIdFromName(const std::string& path) const override;
+};
+
+// Where file errors of saves through frames and data objects are logged (they have no
+// log of their own). The host sets it at start; owner identifies the setter, so that
+// only it can take it away again.
+void setFileLog(const void* owner, LogFn fn);
+void clearFileLog(const void* owner);
+void logFileError(const QString& text);
+
+// Writes frames to a file of a type: a multi-frame type takes them all, a single-frame
+// type one (several frames go to "<stem>_<index><ext>" files). With the flag
+// "sub-frames in one file" a multi-frame file takes each frame's sub-frames after it.
+// Errors are logged; 0 or -1.
+int saveFramesToFile(
+    const std::vector<const SimFrame*>& frames, const std::string& path, int code, unsigned flags);
+
+// A new frame (one reference) from a frame read from a file; null if the host cannot
+// make a frame of that type and size.
+SimFrame* frameFromFileData(FrameData&& data);
+
+} // namespace sim
