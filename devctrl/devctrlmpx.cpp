@@ -1,12 +1,20 @@
 #include "devctrlmpx.h"
 
+#include "vectorstate.h"
+
+#include "pnlimageprops.h"
+
 #include <qmpxframe.h>
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QStringList>
 #include <QTabBar>
 
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <thread>
 
@@ -154,20 +162,49 @@ QString DevCtrlMpx::deviceStatusText()
 // ---------------------------------------------------------------------------------
 // Start and stop
 
+void DevCtrlMpx::setImagePropsPanel(PnlImageProps* panel)
+{
+    if (imagePropsPanel)
+        disconnect(
+            imagePropsPanel, &PnlImageProps::rangeChanged, this, &DevCtrlMpx::onRangeChanged);
+    imagePropsPanel = panel;
+    if (panel)
+        connect(panel, &PnlImageProps::rangeChanged, this, &DevCtrlMpx::onRangeChanged);
+}
+
 int DevCtrlMpx::startAcq()
 {
     m_lastAcqResult = 0;
     stopRequested = false;
     clearLoadedData();
+    if (imagePropsPanel) {
+        imagePropsPanel->onAcqDataChanged(nullptr);
+        imagePropsPanel->onFrameChanged(nullptr, nullptr);
+    }
     ++detachedThreads;
+    ++measuringThreads;
     std::thread(runWrapper, this).detach();
     return 0;
 }
 
 void DevCtrlMpx::runWrapper(DevCtrlMpx* ctrl)
 {
+    // A new thread inherits the vector registers of the GUI thread that made it.
+    cleanVectorState();
     ctrl->run();
+    --ctrl->measuringThreads;
     --detachedThreads;
+}
+
+void DevCtrlMpx::endMeasurement()
+{
+    if (measuringThreads.load() == 0)
+        return;
+    stopRequested = true;
+    if (m_dev)
+        m_dev->abortOperation();
+    while (measuringThreads.load() != 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 int DevCtrlMpx::stopAcq()
@@ -374,14 +411,20 @@ void DevCtrlMpx::onNewData(int index)
     ov::RefData<ov::IData> data(m_dev->acqDataRefInc(static_cast<unsigned>(index)), false);
     if (!data)
         return;
-    // The image properties panel takes the new data object when it is set.
+    if (imagePropsPanel)
+        imagePropsPanel->onAcqDataChanged(data.get());
 }
 
 void DevCtrlMpx::onAcqDataChanged()
 {
     if (!imagePropsPanel)
         return;
-    // The image properties panel is handed loadedData, or the device's last data.
+    ov::RefData<ov::IData> data;
+    if (loadedData)
+        data = loadedData;
+    else
+        data = ov::RefData<ov::IData>(lastAcqData(), false);
+    imagePropsPanel->onAcqDataChanged(data.get());
 }
 
 void DevCtrlMpx::onProgressDialogFinished(int code, QString message)
@@ -414,6 +457,8 @@ int DevCtrlMpx::acqFrameCount() const
     return m_dev->acqFrameCount();
 }
 
+// Loaded files take the place of the device's store once loading exists; until then
+// every index goes to the device.
 ov::IMpxFrame* DevCtrlMpx::frame(unsigned long index) const
 {
     return m_dev->acqFrameRefInc(static_cast<unsigned>(index));
@@ -481,7 +526,53 @@ void DevCtrlMpx::showAcqFrame(unsigned long index)
 
 void DevCtrlMpx::showPixCfgFrames(bool) { }
 
-void DevCtrlMpx::showPixCfgFrame(PixCfgType) { }
+void DevCtrlMpx::showPixCfgFrame(PixCfgType type)
+{
+    ov::IMpxPixCfg* cfg = m_dev->pixCfg();
+    if (!cfg)
+        return;
+    ov::DataBuff<unsigned char> bits;
+    int rc = -1;
+    switch (type) {
+    case PixCfgMask:
+        rc = cfg->maskBits(&bits);
+        break;
+    case PixCfgTest:
+        rc = cfg->testBits(&bits);
+        break;
+    case PixCfgThl:
+        rc = cfg->thlBits(&bits);
+        break;
+    default:
+        return; // the real frame, or a view this class does not know
+    }
+    if (rc != 0)
+        return;
+
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return;
+    const int width = m_dev->width();
+    const int height = m_dev->height();
+    if (width <= 0 || height <= 0)
+        return;
+    const unsigned long count
+        = static_cast<unsigned long>(width) * static_cast<unsigned long>(height);
+
+    // One byte a pixel widened to the 16-bit frame type; pixels the device did not
+    // report stay 0.
+    ov::DataBuff<short> values(count);
+    for (unsigned long i = 0; i < count; ++i)
+        values[i] = i < bits.size() ? static_cast<short>(bits[i]) : short(0);
+
+    ov::IMpxFrame* made = dataMgr->createMpxFrame(
+        static_cast<unsigned>(width), static_cast<unsigned>(height), ov::FrameInt16);
+    if (!made)
+        return;
+    pixCfgFrame.reset(made, false);
+    pixCfgFrame->setData(values.data(), values.byteSize());
+    showFrame(pixCfgFrame.get());
+}
 
 void DevCtrlMpx::showMaskedPixels(bool show)
 {
@@ -520,22 +611,51 @@ void DevCtrlMpx::showFrame(ov::IMpxFrame* frame)
 {
     if (!frame || !mpxFrame)
         return;
+    const double time = frame->acqTime();
 
     // A frame with sub-frames shows the chosen one, the first by default.
-    ov::RefData<ov::IMpxFrame> drawn(frame);
-    const std::vector<ov::IMpxFrame*> subs = frame->subFrames();
-    if (currentSubFrame == -1 && !subs.empty())
+    ov::RefData<ov::IMpxFrame> source(frame);
+    const int subCount = frame->subFrameCount();
+    if (currentSubFrame == -1 && subCount > 0)
         currentSubFrame = 0;
-    if (currentSubFrame >= 0 && currentSubFrame < static_cast<int>(subs.size())
-        && subs[static_cast<size_t>(currentSubFrame)])
-        drawn.reset(subs[static_cast<size_t>(currentSubFrame)]);
+    if (currentSubFrame >= 0 && currentSubFrame < subCount) {
+        const std::vector<ov::IMpxFrame*> subs = frame->subFrames();
+        const auto at = static_cast<size_t>(currentSubFrame);
+        if (at < subs.size() && subs[at])
+            source.reset(subs[at]);
+    }
 
-    if (pixCfgType.load() == PixCfgNone)
-        processedFrame.dec();
+    // The filter and the normalisation work on a copy; without them the host's frame
+    // is drawn as it stands.
+    ov::RefData<ov::IMpxFrame> drawn = source;
+    if (pixCfgType.load() == PixCfgNone) {
+        ov::RefData<ov::IMpxFrame> result;
+        if (filter && filter->isSuitable(source.get()))
+            result.reset(
+                filter->filterFrame(source.get(), static_cast<unsigned>(currentSubFrame)), false);
+        if (normalizeByTimeOn && !result)
+            result.reset(source->clone(), false);
+        if (!result) {
+            processedFrame.dec();
+        } else {
+            if (normalizeByTimeOn) {
+                result->convertTo(ov::FrameDouble);
+                // Time 0 leaves the values as they are; NaN scales by NaN.
+                result->scale(time == 0.0 ? 1.0 : 1.0 / time, 0.0);
+            }
+            const std::string name = source->frameName();
+            if (!name.empty())
+                result->setFrameName(name.c_str());
+            result->setFrameInfoSource(source->frameInfoSource());
+            processedFrame = result;
+            drawn = result;
+        }
+    }
 
     ov::IMpxFrame* f = drawn.get();
-    const bool sizeChanged = f->width() != mpxFrame->image->getDataWidth()
-        || f->height() != mpxFrame->image->getDataHeight();
+    QMpxImage* image = mpxFrame->image;
+    const bool sizeChanged
+        = f->width() != image->getDataWidth() || f->height() != image->getDataHeight();
     const int type = f->dataType();
     bool drawnOk = false;
     switch (type) {
@@ -555,10 +675,29 @@ void DevCtrlMpx::showFrame(ov::IMpxFrame* frame)
         break;
     }
     if (!drawnOk)
-        return;
+        return; // the old picture stays
 
-    mpxFrame->image->showMasked = showMasked && pixCfgType.load() == PixCfgNone;
-    mpxFrame->image->update();
+    // The device's mask bits go into the picture's mask plane when they cover it.
+    const bool realFrame = pixCfgType.load() == PixCfgNone;
+    ov::IMpxPixCfg* cfg
+        = showMasked && realFrame && source->hasPixCfgInfo() ? m_dev->pixCfg() : nullptr;
+    if (cfg) {
+        maskBuff.resize(static_cast<unsigned long>(source->pixelCount()));
+        const unsigned width = f->width();
+        const unsigned height = f->height();
+        const unsigned long pixels = static_cast<unsigned long>(width) * height;
+        if (cfg->maskBits(&maskBuff) == 0 && maskBuff.size() == pixels
+            && image->getDataWidth() == width && image->getDataHeight() == height) {
+            if (image->mask && image->getMaskWidth() == width && image->getMaskHeight() == height)
+                std::memcpy(image->mask, maskBuff.data(), pixels);
+            else
+                image->setMask(maskBuff.data(), width, height);
+        }
+    }
+
+    // One repaint serves both the new mask plane and the overlay flag.
+    image->showMasked = showMasked && realFrame;
+    image->redraw();
     if (sizeChanged)
         mpxFrame->update();
 }
@@ -578,9 +717,8 @@ void DevCtrlMpx::prepareSubFrameTabs()
     ov::RefData<ov::IMpxFrame> f = currentFrame();
     if (!f)
         return;
-    const std::vector<ov::IMpxFrame*> subs = f->subFrames();
-    const int count = static_cast<int>(subs.size());
-    if (count == 0) {
+    const int count = f->subFrameCount();
+    if (count <= 0) {
         const QString name = QString::fromStdString(f->frameName());
         if (name.isEmpty()) {
             if (frameTabs->isVisible())
@@ -600,17 +738,20 @@ void DevCtrlMpx::prepareSubFrameTabs()
         frameTabs->show();
         return;
     }
+    const std::vector<ov::IMpxFrame*> subs = f->subFrames();
+    auto subName = [&subs](int i) {
+        const auto at = static_cast<size_t>(i);
+        return at < subs.size() && subs[at] ? QString::fromStdString(subs[at]->frameName())
+                                            : QString();
+    };
     const bool blocked = frameTabs->blockSignals(true);
     if (frameTabs->count() == count) {
         for (int i = 0; i < count; ++i)
-            frameTabs->setTabText(i,
-                subs[static_cast<size_t>(i)]
-                    ? QString::fromStdString(subs[static_cast<size_t>(i)]->frameName())
-                    : QString());
+            frameTabs->setTabText(i, subName(i));
     } else {
         removeAllFrameTabs();
-        for (ov::IMpxFrame* sub : subs)
-            frameTabs->addTab(sub ? QString::fromStdString(sub->frameName()) : QString());
+        for (int i = 0; i < count; ++i)
+            frameTabs->addTab(subName(i));
     }
     if (currentSubFrame == -1 || currentSubFrame >= frameTabs->count())
         currentSubFrame = 0;
@@ -638,19 +779,149 @@ void DevCtrlMpx::onCurrentTabChanged(int index)
     }
 }
 
-void DevCtrlMpx::onFrameZoomRectChanged(QRect) { }
+ov::RefData<ov::IMpxFrame> DevCtrlMpx::currentSubFrameOrFrame(bool sameSizeOnly)
+{
+    if (pixCfgFrame)
+        return pixCfgFrame;
+    ov::RefData<ov::IMpxFrame> f = currentFrame();
+    if (!f)
+        return f;
+    if (processedFrame)
+        return processedFrame;
+    if (currentSubFrame >= 0 && currentSubFrame < f->subFrameCount()) {
+        const std::vector<ov::IMpxFrame*> subs = f->subFrames();
+        const auto at = static_cast<size_t>(currentSubFrame);
+        if (at < subs.size() && subs[at]) {
+            ov::IMpxFrame* sub = subs[at];
+            if (!sameSizeOnly || (sub->width() == f->width() && sub->height() == f->height()))
+                return ov::RefData<ov::IMpxFrame>(sub);
+        }
+    }
+    return f;
+}
+
+void DevCtrlMpx::setFilter(ov::IDataFilter* dataFilter)
+{
+    filter = dataFilter;
+    ov::RefData<ov::IMpxFrame> f = currentFrame();
+    if (f)
+        showFrame(f.get());
+}
+
+void DevCtrlMpx::normalizeByTime(bool on)
+{
+    normalizeByTimeOn = on;
+    ov::RefData<ov::IMpxFrame> f = currentFrame();
+    if (f)
+        showFrame(f.get());
+}
+
+void DevCtrlMpx::onFrameZoomRectChanged(QRect)
+{
+    ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+    if (!f) {
+        updateRegionStatistics(f, FrameRegion());
+        return;
+    }
+    // The last selection, or the whole frame without one.
+    const QRect rect = selectionRects.isEmpty()
+        ? QRect(0, 0, static_cast<int>(f->width()), static_cast<int>(f->height()))
+        : selectionRects.last();
+    updateRegionStatistics(f, FrameRegion::fromRect(rect));
+}
 
 void DevCtrlMpx::onSelectionRectsChanged(QList<QRect> rects)
 {
     selectionRects = rects;
+    onFrameZoomRectChanged(mpxFrame ? mpxFrame->getZoomRect() : QRect());
 }
 
+// The image properties panel takes frame and region (with a null frame only it is
+// told), the histogram panel updates from them within the image properties' range, and
+// the image info panel recomputes its statistics. Until those panels are built the
+// hand-over is the signal alone.
+void DevCtrlMpx::updateRegionStatistics(
+    const ov::RefData<ov::IMpxFrame>& frame, const FrameRegion& region)
+{
+    if (imagePropsPanel) {
+        const ov::Region panelRegion = region.region();
+        imagePropsPanel->onFrameChanged(frame.get(), &panelRegion);
+    }
+    emit sigFrameRegionChanged(frame, region);
+}
+
+// The image info panel clears its coordinates here once it is built.
 void DevCtrlMpx::onMpxFrameMouseLeave() { }
 
 QString DevCtrlMpx::onFrameTooltip(unsigned x, unsigned y, double value)
 {
+    // The image info panel follows the coordinates through this signal.
     emit sigFrameMouseMove(static_cast<int>(x), static_cast<int>(y), value);
-    return QString();
+
+    const PixCfgType type = pixCfgType.load();
+    if (type == PixCfgMask) // 1 means that the pixel counts
+        return QStringLiteral("[%1,%2]=%3")
+            .arg(x)
+            .arg(y)
+            .arg(value == 1.0 ? QStringLiteral("Unmasked") : QStringLiteral("Masked"));
+    if (type == PixCfgTest)
+        return QStringLiteral("[%1,%2]=%3")
+            .arg(x)
+            .arg(y)
+            .arg(value == 1.0 ? QStringLiteral("On") : QStringLiteral("Off"));
+
+    // The topmost selection under the pointer.
+    const QPoint point(static_cast<int>(x), static_cast<int>(y));
+    int found = -1;
+    for (int i = static_cast<int>(selectionRects.size()) - 1; i >= 0; --i) {
+        if (selectionRects.at(i).contains(point)) {
+            found = i;
+            break;
+        }
+    }
+    if (found < 0)
+        return QString();
+    ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+    if (!f)
+        return QString();
+
+    const FrameRegion foundRegion = FrameRegion::fromRect(selectionRects.at(found));
+    const ov::Region here = foundRegion.region();
+    const double mean = f->regionMean(&here);
+    const double min = f->minValue(&here);
+    const double max = f->maxValue(&here);
+    const int count = f->pixelCountInRegion(&here);
+    const double deviation = f->regionDeviation(&here);
+    const double total = f->regionTotal(&here);
+    const FrameRegion firstRegion = FrameRegion::fromRect(selectionRects.first());
+    const ov::Region first = firstRegion.region();
+    const double firstMean = f->regionMean(&first);
+    const double firstDeviation = f->regionDeviation(&first);
+
+    // Signal to noise in the first selection; contrast to noise against it in another.
+    QString label;
+    double ratio = 0.0;
+    if (found == 0) {
+        label = QStringLiteral("SNR");
+        ratio = std::fabs(mean) / deviation;
+    } else {
+        label = QStringLiteral("CNR");
+        ratio = std::fabs(firstMean - mean)
+            / std::sqrt(deviation * deviation + firstDeviation * firstDeviation);
+    }
+    return QStringLiteral("[%1,%2]=%3\nMin, Max: %4, %5\nCount, Total: %6, %7\nMean: %8 \u00b1 "
+                          "%9\n%10: %11")
+        .arg(x)
+        .arg(y)
+        .arg(value)
+        .arg(min)
+        .arg(max)
+        .arg(count)
+        .arg(total)
+        .arg(mean)
+        .arg(deviation)
+        .arg(label)
+        .arg(ratio);
 }
 
 int DevCtrlMpx::doDigitalTest(bool, unsigned* a, unsigned* b)

@@ -29,6 +29,24 @@ class PnlHistogram;
 class PnlImageInfo;
 class PnlImageProps;
 
+// A statistics region of the frame on show, as the host's statistics operations take
+// it: a list of rectangles in frame pixels. region() is a view that stays valid as long
+// as this object is not changed.
+struct FrameRegion
+{
+    std::vector<ov::RegionRect> rects;
+
+    ov::Region region() const
+    {
+        return ov::Region {
+            rects.empty() ? nullptr : rects.data(), static_cast<unsigned>(rects.size())};
+    }
+    static FrameRegion fromRect(const QRect& rect)
+    {
+        return FrameRegion {{ov::RegionRect {rect.x(), rect.y(), rect.width(), rect.height()}}};
+    }
+};
+
 // One loaded frame or data set.
 struct FileInfo
 {
@@ -66,7 +84,8 @@ public:
     virtual ov::IDevMpx* devMpx() { return m_dev; }
     virtual ov::IOrvel* orvel() { return m_orvel; }
     virtual bool isDeviceLocked() const { return deviceLocked.load(); }
-    virtual void setImagePropsPanel(PnlImageProps* panel) { imagePropsPanel = panel; }
+    // Also hands the panel's range changes to onRangeChanged.
+    virtual void setImagePropsPanel(PnlImageProps* panel);
     virtual void setImageInfoPanel(PnlImageInfo* panel) { imageInfoPanel = panel; }
     virtual void setHistogramPanel(PnlHistogram* panel) { histogramPanel = panel; }
     virtual void showAcqFrame(unsigned long index);
@@ -112,9 +131,18 @@ public:
     virtual ov::IData* lastAcqData() const;
     virtual ov::IMpxFrame* frame(unsigned long index) const;
     virtual ov::IData* acqData(unsigned long index) const;
-    // Draws frame (null: nothing) in the frame widget.
+    // Draws frame (null: nothing) in the frame widget: the chosen sub-frame, filtered
+    // and normalised by time when those are on, with the masked pixels overlaid.
     virtual void showFrame(ov::IMpxFrame* frame);
+    // Shows the mask, test or THL bits of the device's pixel configuration as a frame.
     virtual void showPixCfgFrame(PixCfgType type);
+    // The frame that saving, masking and statistics work on, with a reference: the
+    // pixel-configuration frame, the processed copy, the chosen sub-frame (with
+    // sameSizeOnly only when it has the frame's size) or the frame; null when none.
+    virtual ov::RefData<ov::IMpxFrame> currentSubFrameOrFrame(bool sameSizeOnly);
+    // Store the choice and redraw the current frame with it. The filter is not owned.
+    virtual void setFilter(ov::IDataFilter* dataFilter);
+    virtual void normalizeByTime(bool on);
     // The measurement itself, on the worker thread; empty here, the families run it.
     virtual void run();
     virtual void onAcqFinish(long frameIndex);
@@ -125,6 +153,7 @@ public:
     virtual void prepareSubFrameTabs();
     virtual void removeAllFrameTabs();
     virtual void clearLoadedData();
+
     virtual void setAcqFinishedDacValues();
     virtual void onDevStgChanged();
     virtual void onAcqDataChanged();
@@ -136,6 +165,9 @@ public:
     // Number of detached threads of all controllers (measurements and aborts) that
     // have not ended yet.
     static int detachedThreadCount() { return detachedThreads.load(); }
+    // Aborts a measurement in progress and returns once its worker thread is done with
+    // this controller; the owner calls it before deleting the controller.
+    void endMeasurement();
 
 signals:
     void acqMeasStarted();
@@ -159,6 +191,9 @@ signals:
     void sigBiasChanged();
     void sigDevLockChanged();
     void sigFrameMouseMove(int x, int y, double value);
+    // The frame and region that the image properties, histogram and image info panels
+    // show statistics of; a null frame when there is none.
+    void sigFrameRegionChanged(ov::RefData<ov::IMpxFrame> frame, FrameRegion region);
     void sigAcqParamsChanged();
     void sigProgressDialogFinished(int code, QString message);
 
@@ -239,12 +274,20 @@ protected:
     double m_frameMaxRange = 1.0;
 
 private:
+    // Hands the frame on show and the selected region to the analysis panels.
+    void updateRegionStatistics(const ov::RefData<ov::IMpxFrame>& frame, const FrameRegion& region);
+
     // Storage of the live series description: it outlives run(), so a late write of
     // setAcqRepeatEnabled lands in memory that is still ours. Aligned so that the
     // count can be written atomically.
     alignas(8) RepeatDesc repeatStore {};
 
     static std::atomic<int> detachedThreads;
+    // Worker threads of this controller still running a measurement.
+    std::atomic<int> measuringThreads {0};
 };
 
 } // namespace PluginDevControl
+
+Q_DECLARE_METATYPE(PluginDevControl::FrameRegion)
+Q_DECLARE_METATYPE(ov::RefData<ov::IMpxFrame>)

@@ -5,6 +5,7 @@
 #include "devicenames.h"
 #include "devviewmpxui.h"
 #include "msgpanel.h"
+#include "pnlimageprops.h"
 #include "qfancystatusbar.h"
 #include "qfancytoolwindow.h"
 #include "qlabelwithicon.h"
@@ -85,6 +86,8 @@ DevViewMpx::~DevViewMpx()
     spareTimer->stop();
     delete toolsMenu;
     delete menuBarMenu;
+    if (ctrl)
+        ctrl->endMeasurement();
     delete ctrl;
     delete ui;
     if (settings)
@@ -597,6 +600,9 @@ void DevViewMpx::saveSettings()
 
 void DevViewMpx::onExit()
 {
+    // The panel hands its range to the controller, which saves it with its settings.
+    if (imagePropsPanel)
+        imagePropsPanel->onExit();
     saveSettings();
     if (settings)
         settings->save();
@@ -717,8 +723,17 @@ void DevViewMpx::onSetColorMap(int index)
 }
 
 // The range and window reach the picture through the image-properties panel.
-void DevViewMpx::onSetRange(double, double) { }
-void DevViewMpx::onSetWindowAll(bool) { }
+void DevViewMpx::onSetRange(double min, double max)
+{
+    if (imagePropsPanel)
+        imagePropsPanel->setRange(min, max);
+}
+
+void DevViewMpx::onSetWindowAll(bool all)
+{
+    if (imagePropsPanel)
+        imagePropsPanel->setWindowAll(all);
+}
 
 void DevViewMpx::onSetCurrentSubFrame(int index)
 {

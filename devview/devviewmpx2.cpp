@@ -2,10 +2,14 @@
 
 #include "devctrlmpx2.h"
 #include "devviewmpxui.h"
+#include "pnlimageprops.h"
+#include "pnlimagepropsadv.h"
 
 #include <QAction>
 #include <QMenu>
+#include <QScrollArea>
 #include <QToolButton>
+#include <QVBoxLayout>
 
 namespace PluginDevControl {
 
@@ -32,10 +36,24 @@ void DevViewMpx2::setupPanels()
     DevViewMpx::setupPanels();
     // The settings column (image properties, measurement, detector settings, digital
     // test, filters, image info, histogram) fills in as those panels are built.
+    imagePropsPanel = new PnlImageProps(this, mpxFrame, ctrl);
+    addStgPanel(imagePropsPanel);
+    imagePropsAdvPanel = new PnlImagePropsAdv(this, mpxFrame, ctrl);
+    addStgPanel(imagePropsAdvPanel);
+    // The first six panels share the height they can use; the spacer at the end
+    // takes what they leave.
+    for (int item = 0; item <= 5 && item < ui->verticalLayout->count() - 1; ++item)
+        ui->verticalLayout->setStretch(item, 1);
+    ui->saSettings->setMinimumWidth(settingsPanelWidth);
+    ctrl->setImagePropsPanel(imagePropsPanel);
     setupPanelsMenu();
 }
 
-void DevViewMpx2::setupPanelsMenu() { }
+void DevViewMpx2::setupPanelsMenu()
+{
+    addPanelAction("Image Properties", imagePropsPanel, true);
+    addPanelAction("Advanced Image Properties", imagePropsAdvPanel, false);
+}
 
 void DevViewMpx2::onExit()
 {
