@@ -1032,6 +1032,23 @@ int writeFrameFile(const std::string& path, int fileType, unsigned flags,
 // ---------------------------------------------------------------------------------
 // Reading
 
+// The whole of a data file that has no description: only text matrices can be read
+// that way.
+static bool readUndescribedText(
+    const std::string& dataPath, const std::string& dscPath, std::string* text, std::string* error)
+{
+    const int type = fileTypeFromPath(dataPath);
+    if (!checkReadable(dataPath, error))
+        return false;
+    if (type != FileTypeTextFrame && type != FileTypeMultiFrame) {
+        failCode(error,
+            dataPath + ": no description file " + fs::path(dscPath).filename().string()
+                + ", and only text matrices can be read without one");
+        return false;
+    }
+    return readWhole(dataPath, std::numeric_limits<uint64_t>::max(), text, error);
+}
+
 int countFramesInFile(const std::string& path, std::string* error)
 {
     const std::string dataPath = dataPathOf(path);
@@ -1042,15 +1059,8 @@ int countFramesInFile(const std::string& path, std::string* error)
             return -1;
         return int(d.frames.size());
     }
-    const int type = fileTypeFromPath(dataPath);
-    if (!checkReadable(dataPath, error))
-        return -1;
-    if (type != FileTypeTextFrame && type != FileTypeMultiFrame)
-        return failCode(error,
-            dataPath + ": no description file " + fs::path(dscPath).filename().string()
-                + ", and only text matrices can be read without one");
     std::string text;
-    if (!readWhole(dataPath, std::numeric_limits<uint64_t>::max(), &text, error))
+    if (!readUndescribedText(dataPath, dscPath, &text, error))
         return -1;
     std::string what;
     const int n = parseTextMatrices(text.data(), text.size(), -1, nullptr, &what);
@@ -1088,15 +1098,8 @@ int readFrameFromFile(const std::string& path, int index, FrameData* out, std::s
             *out = std::move(frame);
         return 0;
     }
-    const int type = fileTypeFromPath(dataPath);
-    if (!checkReadable(dataPath, error))
-        return -1;
-    if (type != FileTypeTextFrame && type != FileTypeMultiFrame)
-        return failCode(error,
-            dataPath + ": no description file " + fs::path(dscPath).filename().string()
-                + ", and only text matrices can be read without one");
     std::string text;
-    if (!readWhole(dataPath, std::numeric_limits<uint64_t>::max(), &text, error))
+    if (!readUndescribedText(dataPath, dscPath, &text, error))
         return -1;
     std::string what;
     FrameData frame;
