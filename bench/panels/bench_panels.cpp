@@ -7,6 +7,7 @@
 // ("mode_new_frame"). "smart_sampling" is the panel's own part of
 // the smart range. The summary gives each result as a fraction of the paint of the
 // same size; it goes to stdout and to bench_panels_summary.txt.
+#include "../common/medianreporter.h"
 #include "pnlimageprops.h"
 #include "qrangemgr.h"
 
@@ -124,35 +125,6 @@ void BM_HostMinValue(benchmark::State& state, bool newFrame)
     }
 }
 
-// Collects the time per iteration of every run (medians with repetitions).
-class SummaryReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Aggregate ? run.aggregate_name != "median"
-                                                  : run.repetitions > 1)
-                continue;
-            std::string name = run.benchmark_name();
-            if (run.run_type == Run::RT_Aggregate)
-                name = name.substr(0, name.rfind('_'));
-            const std::string suffix = "/real_time";
-            if (name.size() > suffix.size()
-                && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0)
-                name.erase(name.size() - suffix.size());
-            lines.push_back({name, run.GetAdjustedRealTime()});
-        }
-    }
-    struct Line
-    {
-        std::string name;
-        double time;
-    };
-    std::vector<Line> lines;
-};
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -176,7 +148,7 @@ int main(int argc, char** argv)
     addSizes(benchmark::RegisterBenchmark("smart_sampling", BM_SmartSampling));
     addSizes(benchmark::RegisterBenchmark("host_minValue", BM_HostMinValue, false));
     addSizes(benchmark::RegisterBenchmark("host_minValue_new_frame", BM_HostMinValue, true));
-    SummaryReporter reporter;
+    MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 

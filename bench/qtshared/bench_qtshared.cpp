@@ -3,6 +3,7 @@
 // the same run. Each result carries its Mpixel/s and its ratio to the baseline;
 // a summary goes to stdout and to bench_qtshared_summary.txt (with
 // --benchmark_repetitions, the medians).
+#include "../common/medianreporter.h"
 #include "colormap.h"
 #include "qmpximage.h"
 #include "qmpxpaintloops.h"
@@ -177,34 +178,13 @@ void BM_SetData(benchmark::State& state)
     setCounters(state, n);
 }
 
-// Collects every run for the summary while printing as usual.
-class SummaryReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            // With repetitions the summary keeps the median of each benchmark.
-            if (run.run_type == Run::RT_Aggregate ? run.aggregate_name != "median"
-                                                  : run.repetitions > 1)
-                continue;
-            auto mpix = run.counters.find("Mpix/s");
-            auto ratio = run.counters.find("vs_baseline");
-            if (mpix != run.counters.end() && ratio != run.counters.end())
-                lines.push_back({run.benchmark_name(), mpix->second.value, ratio->second.value});
-        }
-    }
-    struct Line
-    {
-        std::string name;
-        double mpix;
-        double ratio;
-    };
-    std::vector<Line> lines;
-};
-
 } // namespace
+
+static double mpixOf(const MedianReporter::Line& line)
+{
+    const auto found = line.counters.find("Mpix/s");
+    return found != line.counters.end() ? found->second : 0.0;
+}
 
 int main(int argc, char** argv)
 {
@@ -233,7 +213,7 @@ int main(int argc, char** argv)
     addSizes(benchmark::RegisterBenchmark("setData/uint32", BM_SetData<unsigned int>));
     addSizes(benchmark::RegisterBenchmark("setData/double", BM_SetData<double>));
 
-    SummaryReporter reporter;
+    MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
@@ -241,21 +221,23 @@ int main(int argc, char** argv)
     std::map<std::string, double> baselineMpix;
     for (const auto& line : reporter.lines)
         if (line.name.rfind("baseline/", 0) == 0)
-            baselineMpix[line.name.substr(line.name.find('/') + 1)] = line.mpix;
+            baselineMpix[line.name.substr(line.name.find('/') + 1)] = mpixOf(line);
     std::FILE* file = std::fopen("bench_qtshared_summary.txt", "w");
     for (std::FILE* out : {stdout, file}) {
         if (!out)
             continue;
         std::fprintf(out, "\n%-40s %10s %12s\n", "benchmark", "Mpixel/s", "vs baseline");
         for (const auto& line : reporter.lines) {
+            if (!line.counters.count("Mpix/s"))
+                continue;
             const std::string tail
                 = line.name.substr(line.name.find('/', line.name.find('/') + 1) + 1);
             const std::string key = line.name.rfind("baseline/", 0) == 0
                 ? line.name.substr(line.name.find('/') + 1)
                 : tail;
             const double base = baselineMpix.count(key) ? baselineMpix[key] : 0.0;
-            std::fprintf(out, "%-40s %10.1f %12.2f\n", line.name.c_str(), line.mpix,
-                base > 0 ? line.mpix / base : 0.0);
+            std::fprintf(out, "%-40s %10.1f %12.2f\n", line.name.c_str(), mpixOf(line),
+                base > 0 ? mpixOf(line) / base : 0.0);
         }
     }
     if (file)
