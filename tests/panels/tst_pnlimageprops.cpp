@@ -238,12 +238,15 @@ private slots:
     {
         QTest::addColumn<int>("type");
         QTest::addColumn<int>("mode");
-        QTest::addColumn<bool>("withRegion");
+        // No region, a part of the frame, and a region covering all of it (what the
+        // controller passes when nothing is selected).
+        QTest::addColumn<int>("regionKind");
+        const char* const kinds[] = {"whole", "region", "full region"};
         for (int type : {2, 5, 7, 9})
             for (int mode = 0; mode < 8; ++mode)
-                for (bool region : {false, true})
-                    QTest::addRow("type %d mode %d %s", type, mode, region ? "region" : "whole")
-                        << type << mode << region;
+                for (int kind = 0; kind < 3; ++kind)
+                    QTest::addRow("type %d mode %d %s", type, mode, kinds[kind])
+                        << type << mode << kind;
     }
 
     // Each mode on a 100 x 80 frame of known values; the region is 70 x 60 at (10, 5),
@@ -252,11 +255,14 @@ private slots:
     {
         QFETCH(int, type);
         QFETCH(int, mode);
-        QFETCH(bool, withRegion);
+        QFETCH(int, regionKind);
+        const bool withRegion = regionKind != 0;
         const unsigned w = 100;
         const unsigned h = 80;
         const std::vector<double> values = patternValues(type, w, h);
-        const QRect rect = withRegion ? QRect(10, 5, 70, 60) : QRect();
+        const QRect rect = regionKind == 1 ? QRect(10, 5, 70, 60)
+            : regionKind == 2              ? QRect(0, 0, int(w), int(h))
+                                           : QRect();
         const std::vector<std::size_t> whole = indicesOf(w, h, QRect());
         const std::vector<std::size_t> inside = indicesOf(w, h, rect);
         FrameRef frame(makeFrame(type, w, h, values));
