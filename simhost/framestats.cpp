@@ -1,5 +1,7 @@
 #include "framestats.h"
 
+#include "visitframetype.h"
+
 #include <ovdetector.h>
 
 #include <algorithm>
@@ -237,21 +239,6 @@ void runHist(const void* px, const std::vector<Span>& spans, const HistConsts& c
     }
 }
 
-template <class Fn>
-auto visitType(int dataType, Fn&& fn)
-{
-    switch (dataType) {
-    case ov::FrameInt16:
-        return fn(int16_t {});
-    case ov::FrameUInt32:
-        return fn(uint32_t {});
-    case ov::FrameUInt64:
-        return fn(uint64_t {});
-    default:
-        return fn(double {});
-    }
-}
-
 // The value of the first pixel of the region that equals 0 (0.0 or -0.0): the sign of
 // a zero minimum or maximum is that of the first zero visited.
 double firstZero(const double* p, const std::vector<Span>& spans)
@@ -370,18 +357,18 @@ double totalOf(const void* px, const std::vector<Span>& spans)
 
 Extremes extremes(int dataType, const void* pixels, const std::vector<Span>& spans)
 {
-    return visitType(dataType, [&](auto t) { return extremesOf<decltype(t)>(pixels, spans); });
+    return visitFrameType(dataType, [&](auto t) { return extremesOf<decltype(t)>(pixels, spans); });
 }
 
 double total(int dataType, const void* pixels, const std::vector<Span>& spans)
 {
-    return visitType(dataType, [&](auto t) { return totalOf<decltype(t)>(pixels, spans); });
+    return visitFrameType(dataType, [&](auto t) { return totalOf<decltype(t)>(pixels, spans); });
 }
 
 double squaredDeviations(
     int dataType, const void* pixels, const std::vector<Span>& spans, double mean)
 {
-    return visitType(dataType, [&](auto t) {
+    return visitFrameType(dataType, [&](auto t) {
         using T = decltype(t);
         const T* p = static_cast<const T*>(pixels);
         double acc = 0.0;
@@ -408,7 +395,7 @@ size_t histogram(int dataType, const void* pixels, const std::vector<Span>& span
         const double t = (v - min) / width * dbins;
         return t < dbins ? static_cast<int>(t) : bins - 1;
     };
-    return visitType(dataType, [&](auto t) -> size_t {
+    return visitFrameType(dataType, [&](auto t) -> size_t {
         using T = decltype(t);
         const T* p = static_cast<const T*>(pixels);
         if constexpr (std::is_integral_v<T>) {

@@ -16,6 +16,7 @@
 
 #include "framestats.h"
 #include "livecounter.h"
+#include "visitframetype.h"
 
 #include <ovdetector.h>
 
@@ -181,23 +182,6 @@ private:
     mutable Kept m_kept;
     LiveToken<Counted::Frame> m_live;
 };
-
-// Calls fn(T{}) with T the pixel type of a frame type (int16_t, uint32_t, uint64_t,
-// double); the type must be valid.
-template <class Fn>
-auto visitFrameType(int dataType, Fn&& fn)
-{
-    switch (dataType) {
-    case ov::FrameInt16:
-        return fn(int16_t {});
-    case ov::FrameUInt32:
-        return fn(uint32_t {});
-    case ov::FrameUInt64:
-        return fn(uint64_t {});
-    default:
-        return fn(double {});
-    }
-}
 
 // value rounded and clamped into the range of T (unchanged for double).
 template <typename T>
