@@ -4,10 +4,14 @@
 
 #include "pnlimageprops.h"
 
+#include <outputfilename.h>
 #include <qmpxframe.h>
+#include <qmyfiledialog.h>
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QInputDialog>
+#include <QMap>
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QStringList>
@@ -457,16 +461,34 @@ int DevCtrlMpx::acqFrameCount() const
     return m_dev->acqFrameCount();
 }
 
-// Loaded files take the place of the device's store once loading exists; until then
-// every index goes to the device.
+// With files loaded, every entry is read again from disk. The frame is asked of the
+// loaded data by the whole index, not by the position inside the file.
 ov::IMpxFrame* DevCtrlMpx::frame(unsigned long index) const
 {
-    return m_dev->acqFrameRefInc(static_cast<unsigned>(index));
+    if (loadedFiles.empty())
+        return m_dev->acqFrameRefInc(static_cast<unsigned>(index));
+    if (index >= loadedFiles.size())
+        return nullptr;
+    ov::RefData<ov::IData> data = loadDataFromFile(loadedFiles[index]);
+    if (!data)
+        return nullptr;
+    ov::IMpxFrame* result = data->frameAt(static_cast<unsigned>(index));
+    if (result)
+        result->incRef();
+    return result;
 }
 
 ov::IData* DevCtrlMpx::acqData(unsigned long index) const
 {
-    return m_dev->acqDataRefInc(static_cast<unsigned>(index));
+    if (loadedFiles.empty())
+        return m_dev->acqDataRefInc(static_cast<unsigned>(index));
+    if (index >= loadedFiles.size())
+        return nullptr;
+    ov::RefData<ov::IData> data = loadDataFromFile(loadedFiles[index]);
+    ov::IData* result = data.get();
+    if (result)
+        result->incRef();
+    return result;
 }
 
 ov::IMpxFrame* DevCtrlMpx::lastFrame() const
@@ -934,6 +956,402 @@ int DevCtrlMpx::doDigitalTest(bool, unsigned* a, unsigned* b)
         result->decRef();
     }
     return rc;
+}
+
+// ---------------------------------------------------------------------------------
+// Saving and loading
+
+namespace {
+
+// The picture type: drawn here from the display, never by the host.
+constexpr int PictureFileType = 10;
+constexpr int MultiFrameFileType = 4;
+
+// Draws frame into an off-screen frame widget with the settings of shown and writes
+// it as a picture of twice the frame's size in each direction.
+template <typename T>
+bool feedPixels(QMpxFrame& target, ov::IMpxFrame* frame)
+{
+    ov::RefDataBuff<T> pixels;
+    if (frame->dataRef(&pixels) != 0 || !pixels.data())
+        return false;
+    if (pixels.size() < static_cast<unsigned long>(frame->width()) * frame->height())
+        return false;
+    target.setData<T>(pixels.data(), frame->width(), frame->height());
+    return true;
+}
+
+ColorMap* copyColorMap(ColorMap* source)
+{
+    if (!source || source->count == 0 || !source->colors)
+        return nullptr;
+    auto* colors = new unsigned int[source->count];
+    std::memcpy(colors, source->colors, source->count * sizeof(unsigned int));
+    auto* map = new ColorMap(colors, source->count);
+    map->underRangeColor = source->underRangeColor;
+    map->overRangeColor = source->overRangeColor;
+    map->specialColor = source->specialColor;
+    map->decodesColors = source->decodesColors;
+    map->defaultColorMap = source->defaultColorMap;
+    return map;
+}
+
+// One progress dialog for the frame-saving and loading loops.
+QProgressDialog* makeProgressDialog(const QString& label, int maximum, int minimumDuration)
+{
+    auto* dialog = new QProgressDialog(label, QStringLiteral("Abort"), 0, maximum);
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->setModal(true);
+    dialog->setMinimumDuration(minimumDuration);
+    dialog->setAutoClose(false);
+    dialog->setAutoReset(false);
+    return dialog;
+}
+
+} // namespace
+
+QString DevCtrlMpx::getSaveFileName(ov::IFileType** type, unsigned* flags, bool framesOnly)
+{
+    if (flags)
+        *flags = 0;
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    std::vector<ov::IFileType*> types;
+    if (dataMgr)
+        types = dataMgr->deviceSupportedFileTypes(m_dev);
+
+    ov::DevInfo info;
+    std::memset(&info, 0, sizeof(info));
+    m_dev->deviceInfo(&info);
+    if (info.kind == 4) {
+        for (auto it = types.begin(); it != types.end(); ++it) {
+            if (*it && std::strcmp((*it)->extension(), "t3r") == 0) {
+                types.erase(it);
+                break;
+            }
+        }
+    }
+
+    QStringList filters;
+    QMap<QString, ov::IFileType*> byFilter;
+    for (ov::IFileType* t : types) {
+        if (!t || (framesOnly && !t->canSaveFrames(1)))
+            continue;
+        const QString text = QString::fromUtf8(t->description()) + QStringLiteral(" (*.")
+            + QString::fromUtf8(t->extension()) + QStringLiteral(")");
+        filters.append(text);
+        byFilter.insert(text, t);
+    }
+
+    QString selected;
+    const QString name = QMyFileDialog::getSaveFileName(nullptr, QStringLiteral("Save Frames"),
+        QStringLiteral("::devctrl/savefile"), filters.join(QStringLiteral(";;")), &selected);
+    if (byFilter.isEmpty())
+        return QString();
+    auto found = byFilter.constFind(selected);
+    if (found == byFilter.constEnd())
+        return QString();
+    if (type)
+        *type = found.value();
+    if (found.value()->typeCode() == MultiFrameFileType && flags)
+        *flags = getMultiFrameTypeFlags();
+    return name;
+}
+
+unsigned DevCtrlMpx::getMultiFrameTypeFlags()
+{
+    const QStringList items {QStringLiteral("ASCII Sparse"), QStringLiteral("ASCII Matrix"),
+        QStringLiteral("Binary Sparse"), QStringLiteral("Binary Matrix")};
+    bool ok = false;
+    const QString item = QInputDialog::getItem(nullptr, QStringLiteral("Multiframe type"),
+        QStringLiteral("Please select the type of multi frame file"), items, 0, false, &ok);
+    if (!ok)
+        return 4;
+    if (item == items[1])
+        return 0;
+    if (item == items[2])
+        return 6;
+    if (item == items[3])
+        return 2;
+    return 4;
+}
+
+void DevCtrlMpx::saveAcqData()
+{
+    ov::IFileType* type = nullptr;
+    unsigned flags = 0;
+    const QString name = getSaveFileName(&type, &flags, false);
+    if (name.isEmpty() || !type)
+        return;
+    const std::string path = name.toStdString();
+    if (type->canSaveFrames(1)) {
+        saveFrames(path.c_str(), type, flags);
+        return;
+    }
+
+    // A data object that is not a frame set is written whole, off the GUI thread.
+    delete progressDialog;
+    progressDialog = new QProgressDialog(QStringLiteral("Saving data..."), QString(), 0, 1);
+    progressDialog->setWindowModality(Qt::ApplicationModal);
+    progressDialog->setMinimumDuration(0);
+    progressDialog->setCancelButton(nullptr);
+    progressDialog->show();
+
+    ov::IDevMpx* device = m_dev;
+    ++detachedThreads;
+    std::thread([this, device, path, type] {
+        ov::RefData<ov::IData> data(device->lastAcqDataRefInc(0), false);
+        if (data) {
+            const int kind = data->dataKind();
+            if (type->canSaveFrames(kind)) {
+                ov::FilePath file(path.c_str());
+                data->saveToFile(&file, type->typeCode(), kind == ov::DataFrameSet ? 1 : 0);
+            }
+        }
+        emit sigProgressDialogFinished(0, QString());
+        data.dec();
+        --detachedThreads;
+    }).detach();
+}
+
+void DevCtrlMpx::saveCurrentFrame()
+{
+    if (!currentFrame())
+        return;
+    ov::IFileType* type = nullptr;
+    unsigned flags = 0;
+    const QString name = getSaveFileName(&type, &flags, true);
+    if (name.isEmpty() || !type)
+        return;
+    const std::string path = name.toStdString();
+    const int subFrames = currentFrame()->subFrameCount();
+    if (subFrames == 0) {
+        ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+        if (f)
+            saveFrame(f.get(), path.c_str(), type, flags, true);
+        return;
+    }
+    for (int i = 0; i < subFrames; ++i) {
+        currentSubFrame = i;
+        updateCurrentFrame();
+        ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+        if (!f)
+            continue;
+        const std::string file = getFileNameWithSuffix(path, ("_" + f->frameName()).c_str());
+        saveFrame(f.get(), file.c_str(), type, flags, true);
+    }
+}
+
+void DevCtrlMpx::saveAllFrames()
+{
+    if (!currentFrame())
+        return;
+    ov::IFileType* type = nullptr;
+    unsigned flags = 0;
+    const QString name = getSaveFileName(&type, &flags, true);
+    if (name.isEmpty() || !type)
+        return;
+    const std::string path = name.toStdString();
+    const int count = acqFrameCount();
+    QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Saving files..."), count, 1);
+    for (int index = 0; index < count; ++index) {
+        dialog->setValue(index);
+        if (dialog->wasCanceled())
+            break;
+        QCoreApplication::processEvents();
+        // What is saved is what is shown, so every frame is drawn in turn.
+        showAcqFrame(static_cast<unsigned long>(index));
+        ov::RefData<ov::IMpxFrame> current = currentFrame();
+        const int subFrames = current ? current->subFrameCount() : 0;
+        if (subFrames == 0) {
+            ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+            if (f) {
+                const std::string file = getFileNameIdx(path, index, 4, "_", "");
+                saveFrame(f.get(), file.c_str(), type, flags, true);
+            }
+            continue;
+        }
+        for (int i = 0; i < subFrames; ++i) {
+            currentSubFrame = i;
+            updateCurrentFrame();
+            ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+            if (!f)
+                continue;
+            const std::string file
+                = getFileNameIdx(path, index, 4, "_", ("_" + f->frameName()).c_str());
+            saveFrame(f.get(), file.c_str(), type, flags, true);
+        }
+    }
+    dialog->setValue(count);
+    dialog->close();
+    delete dialog;
+}
+
+void DevCtrlMpx::saveFrames(const char* name, ov::IFileType* type, unsigned flags)
+{
+    if (!name || !type)
+        return;
+    const int count = acqFrameCount();
+    QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Saving files..."), count, 1);
+    const bool multi = type->isMultiFrame();
+    const int digits = count > 0 ? static_cast<int>(std::log10(count) + 1.0) : 1;
+    for (int index = 0; index < acqFrameCount(); ++index) {
+        dialog->setValue(index);
+        if (dialog->wasCanceled())
+            break;
+        QCoreApplication::processEvents();
+        const std::string file = (count == 1 || multi)
+            ? std::string(name)
+            : getFileNameIdx(name, index, digits, "", "");
+        ov::RefData<ov::IMpxFrame> f(frame(static_cast<unsigned long>(index)), false);
+        if (f)
+            saveFrame(f.get(), file.c_str(), type, flags, true);
+    }
+    dialog->setValue(count);
+    dialog->close();
+    delete dialog;
+}
+
+void DevCtrlMpx::saveFrame(
+    ov::IMpxFrame* frame, const char* name, ov::IFileType* type, unsigned flags, bool useDisplay)
+{
+    if (!frame || !name || !type)
+        return;
+    if (type->typeCode() != PictureFileType) {
+        ov::FilePath path(name);
+        frame->saveToFile(&path, type, flags);
+        return;
+    }
+
+    double min = 0.0;
+    double max = 0.0;
+    if (useDisplay && mpxFrame) {
+        min = mpxFrame->image->rangeMin;
+        max = mpxFrame->image->rangeMax;
+    } else {
+        min = frame->minValue(nullptr);
+        max = frame->maxValue(nullptr);
+    }
+
+    QMpxFrame picture;
+    if (mpxFrame) {
+        picture.image->showGrid = mpxFrame->image->showGrid;
+        picture.image->showMasked = mpxFrame->image->showMasked;
+        picture.image->showRelative = mpxFrame->image->showRelative;
+        picture.setRotation(mpxFrame->getRotation());
+        picture.setMirrored(mpxFrame->isMirrored());
+    }
+    bool fed = false;
+    switch (frame->dataType()) {
+    case ov::FrameInt16:
+        fed = feedPixels<short>(picture, frame);
+        break;
+    case ov::FrameUInt32:
+        fed = feedPixels<unsigned>(picture, frame);
+        break;
+    case ov::FrameUInt64:
+        fed = feedPixels<unsigned long>(picture, frame);
+        break;
+    case ov::FrameDouble:
+        fed = feedPixels<double>(picture, frame);
+        break;
+    default:
+        break;
+    }
+    if (!fed)
+        return;
+    const unsigned width = frame->width();
+    const unsigned height = frame->height();
+    picture.getAxisX().setRange(0, width - 1.0);
+    picture.getAxisY().setRange(0, height - 1.0);
+    picture.setRange(min, max);
+    picture.image->showUnderRange = false;
+    picture.image->showOverRange = false;
+    if (mpxFrame) {
+        if (ColorMap* map = copyColorMap(mpxFrame->image->getColorMap()))
+            picture.setCustomColorMap(map);
+    }
+    picture.saveToFile(name, 2 * width, 2 * height, QMpxFrame::PictureSize, true, true, true);
+}
+
+int DevCtrlMpx::fileTypeFromFileName(const char* name)
+{
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return -1;
+    ov::FilePath path(name);
+    return dataMgr->fileTypeIdFromFileName(&path);
+}
+
+ov::IParamMgr* DevCtrlMpx::fileTypeParamsFromFileName(const char* name)
+{
+    if (!name || !*name)
+        return nullptr;
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return nullptr;
+    ov::FilePath path(name);
+    ov::IFileType* type = dataMgr->fileTypeFromFileName(&path);
+    return type ? type->params() : nullptr;
+}
+
+ov::RefData<ov::IData> DevCtrlMpx::loadDataFromFile(const FileInfo& info) const
+{
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return {};
+    ov::FilePath path(info.fileName.c_str());
+    // The host's result carries the caller's reference, which the holder takes over.
+    return ov::RefData<ov::IData>(dataMgr->loadData(&path, info.index), false);
+}
+
+void DevCtrlMpx::loadFiles(QList<QString>& files)
+{
+    clearLoadedData();
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return;
+
+    std::vector<std::string> names;
+    names.reserve(static_cast<size_t>(files.size()));
+    int total = 0;
+    for (const QString& file : files) {
+        names.push_back(QDir::toNativeSeparators(file).toUtf8().toStdString());
+        ov::FilePath path(names.back().c_str());
+        const int count = dataMgr->dataCountInFile(&path);
+        if (count > 0)
+            total += count;
+    }
+
+    QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Loading files..."), total, 1000);
+    for (size_t i = 0; i < names.size(); ++i) {
+        // The value counts files, deliberately not on the scale of total.
+        dialog->setValue(static_cast<int>(i));
+        if (dialog->wasCanceled())
+            break;
+        ov::FilePath path(names[i].c_str());
+        const int code = dataMgr->fileTypeIdFromFileName(&path);
+        if (code != 6 && code != 7) {
+            const int frames = dataMgr->frameCountInFile(&path);
+            for (int j = 0; j < frames; ++j) {
+                loadedFiles.push_back(FileInfo {names[i], j, MultiFrameFileType, true});
+                QCoreApplication::processEvents();
+            }
+        } else {
+            loadedFiles.push_back(FileInfo {names[i], 0, code, false});
+        }
+    }
+    dialog->setValue(total);
+    dialog->close();
+    delete dialog;
+
+    emit acqFrameCountChange(total);
+    ov::RefData<ov::IData> last(lastAcqData(), false);
+    if (!last)
+        return;
+    loadedData = last;
+    ov::RefData<ov::IMpxFrame> f(lastFrame(), false);
+    setCurrentFrame(f.get());
+    emit sigShowFrame();
 }
 
 } // namespace PluginDevControl

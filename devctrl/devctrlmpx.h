@@ -154,6 +154,28 @@ public:
     virtual void removeAllFrameTabs();
     virtual void clearLoadedData();
 
+    // Saving and loading. The save operations ask for a file name and a type and hand
+    // the writing to the host (pictures, code 10, are drawn here from the display).
+    virtual void saveAcqData();
+    virtual void saveCurrentFrame();
+    virtual void saveAllFrames();
+    virtual void saveFrames(const char* name, ov::IFileType* type, unsigned flags);
+    virtual void saveFrame(ov::IMpxFrame* frame, const char* name, ov::IFileType* type,
+        unsigned flags, bool useDisplay);
+    // Asks for a file name among the device's file types (with framesOnly only those
+    // that take frames); empty when cancelled. *type gets the chosen type, *flags the
+    // multi-frame flags (0 for other types).
+    virtual QString getSaveFileName(ov::IFileType** type, unsigned* flags, bool framesOnly);
+    virtual int fileTypeFromFileName(const char* name);
+    virtual ov::IParamMgr* fileTypeParamsFromFileName(const char* name);
+    // Asks how a multi-frame file is written; 4 (text sparse) when cancelled.
+    virtual unsigned getMultiFrameTypeFlags();
+    // Fills loadedFiles with one entry per frame (or data set) of the files and shows
+    // the last one; an abort in the progress dialog keeps the entries made so far.
+    virtual void loadFiles(QList<QString>& files);
+    // The data of one loaded entry, read from its file; null when the host gives none.
+    ov::RefData<ov::IData> loadDataFromFile(const FileInfo& info) const;
+    const std::vector<FileInfo>& loadedFileList() const { return loadedFiles; }
     virtual void setAcqFinishedDacValues();
     virtual void onDevStgChanged();
     virtual void onAcqDataChanged();

@@ -4,13 +4,16 @@
 #include "devctrlmpx.h"
 #include "devicenames.h"
 #include "devviewmpxui.h"
+#include "dlgsavedata.h"
 #include "msgpanel.h"
 #include "pnlimageprops.h"
 #include "qfancystatusbar.h"
 #include "qfancytoolwindow.h"
 #include "qlabelwithicon.h"
+#include "qlastdir.h"
 #include "qminisplitter.h"
 #include "qmpxframe.h"
+#include "qmyfiledialog.h"
 #include "qorvelmenu.h"
 
 #include <QActionGroup>
@@ -245,8 +248,47 @@ QToolButton* DevViewMpx::initResetBitsMenu()
 
 void DevViewMpx::connectActions()
 {
-    // Saving and loading data, configurations and pixel configurations, and the
-    // mask and threshold tools, join when the controller offers those operations.
+    // Loading configurations and pixel configurations, and the mask and threshold
+    // tools, join when the controller offers those operations.
+    connect(ui->acOpenFrame, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        QList<QString> files
+            = QMyFileDialog::getOpenFileNames(nullptr, QStringLiteral("Load Frames"),
+                QLastDir(QStringLiteral("devctrl/loadframes")), QStringLiteral("Frames (*.dsc)"));
+        if (!files.isEmpty())
+            ctrl->loadFiles(files);
+    });
+    connect(ui->acSaveData, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        DlgSaveData dialog(this);
+        dialog.setChoise(saveDataChoice);
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        saveDataChoice = dialog.choice();
+        switch (saveDataChoice) {
+        case 0:
+            ctrl->saveAcqData();
+            break;
+        case 1:
+            ctrl->saveCurrentFrame();
+            break;
+        case 2:
+            ctrl->saveAllFrames();
+            break;
+        default:
+            break;
+        }
+    });
+    connect(ui->acSaveCurrentFrame, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->saveCurrentFrame();
+    });
+    connect(ui->acSaveAllFrames, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->saveAllFrames();
+    });
     connect(ui->acReconnect, &QAction::triggered, this, [this] {
         if (dev)
             dev->reconnect();
@@ -818,10 +860,14 @@ void DevViewMpx::getChipRectsTexts(QList<QRect>& rects, QList<QString>& texts)
     }
 }
 
-// Toggling bits by clicking, dropping frame files and the file dialogs of the File
-// menu come with the controller's pixel-configuration and file operations.
+// Toggling bits by clicking comes with the controller's pixel-configuration operations.
 void DevViewMpx::onFrameClicked(unsigned, unsigned, unsigned, unsigned, int) { }
-void DevViewMpx::onDropFiles(QList<QString>) { }
+
+void DevViewMpx::onDropFiles(QList<QString> files)
+{
+    if (ctrl && !files.isEmpty())
+        ctrl->loadFiles(files);
+}
 
 void DevViewMpx::openHelp()
 {
