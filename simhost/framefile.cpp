@@ -1002,24 +1002,36 @@ int FrameFileWriter::append(const FrameView& frame, std::string* error)
     return 0;
 }
 
+bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
+    const std::vector<FrameView>& frames, std::string* error)
+{
+    FileForm form;
+    if (!fileFormOf(fileType, flags, &form)) {
+        failCode(error, path + ": the host writes no files of type " + std::to_string(fileType));
+        return false;
+    }
+    for (const FrameView& f : frames) {
+        uint64_t pixels = 0;
+        std::string what;
+        if (!isFrameType(f.dataType) || !f.pixels
+            || !checkSize(f.width, f.height, &pixels, &what)) {
+            failCode(error,
+                path + ": cannot write this frame: "
+                    + (what.empty() ? std::string("bad pixel type or no pixels") : what));
+            return false;
+        }
+    }
+    return true;
+}
+
 int writeFrameFile(const std::string& path, int fileType, unsigned flags,
     const std::vector<FrameView>& frames, std::string* error)
 {
     if (fileType != FileTypeMultiFrame && frames.size() != 1)
         return failCode(error, path + ": a single-frame file takes exactly one frame");
     // Check every frame before anything on disk changes.
-    FileForm form;
-    if (!fileFormOf(fileType, flags, &form))
-        return failCode(
-            error, path + ": the host writes no files of type " + std::to_string(fileType));
-    for (const FrameView& f : frames) {
-        uint64_t pixels = 0;
-        std::string what;
-        if (!isFrameType(f.dataType) || !f.pixels || !checkSize(f.width, f.height, &pixels, &what))
-            return failCode(error,
-                path + ": cannot write this frame: "
-                    + (what.empty() ? std::string("bad pixel type or no pixels") : what));
-    }
+    if (!canWriteFrames(path, fileType, flags, frames, error))
+        return -1;
     FrameFileWriter writer;
     if (writer.create(path, fileType, flags, error) != 0)
         return -1;

@@ -1,6 +1,7 @@
 #include "simfiletypes.h"
 
 #include "framefile.h"
+#include "multiframeseries.h"
 #include "simframe.h"
 
 #include <fileops.h>
@@ -144,7 +145,13 @@ int saveFramesToFile(
                 for (int i = 0; i < frame->subFrameCount(); ++i)
                     views.push_back(viewOf(*frame->subFrame(i)));
         }
-        if (writeFrameFile(path, code, flags, views, &error) != 0) {
+        // One frame at a time may be one step of a loop over a measurement.
+        const int rc = frames.size() == 1
+            ? saveToMultiFrameSeries(*frames.front(), views, path, flags, &error)
+            : writeFrameFile(path, code, flags, views, &error);
+        if (frames.size() != 1)
+            endMultiFrameSeries(path);
+        if (rc != 0) {
             logFileError(QStringLiteral("Saving frames: %1").arg(qs(error)));
             return -1;
         }

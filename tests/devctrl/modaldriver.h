@@ -7,6 +7,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QPushButton>
@@ -34,8 +35,8 @@ public:
     void add(Step step) { steps.push_back(std::move(step)); }
     bool done() const { return steps.empty(); }
 
-    // A file dialog: records its name filters, chooses filter (when not empty), types
-    // name into the file name field and presses Enter; an empty name cancels.
+    // A file dialog: records its name filters, chooses filter (when not empty), selects
+    // name and presses the accept button; an empty name cancels.
     void fileDialog(const QString& filter, const QString& name, QStringList* seenFilters = nullptr)
     {
         add([=](QWidget* w) {
@@ -50,13 +51,26 @@ public:
             }
             if (!filter.isEmpty())
                 dialog->selectNameFilter(filter);
+            // The name is typed relative to its folder: a whole path in the name field
+            // makes the dialog's completion select the folders along it.
+            const QFileInfo target(name);
+            if (target.isAbsolute())
+                dialog->setDirectory(target.absolutePath());
             auto* edit = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
             if (!edit)
                 return false;
-            edit->clear();
-            QTest::keyClicks(edit, name);
-            QTest::keyClick(edit, Qt::Key_Enter);
-            return true;
+            edit->setText(target.isAbsolute() ? target.fileName() : name);
+            // Accepted as a user would, by the accept button.
+            QPushButton* accept = nullptr;
+            if (auto* box = dialog->findChild<QDialogButtonBox*>())
+                for (QAbstractButton* b : box->buttons())
+                    if (box->buttonRole(b) == QDialogButtonBox::AcceptRole)
+                        accept = qobject_cast<QPushButton*>(b);
+            if (!accept || !accept->isEnabled())
+                return false;
+            QTest::mouseClick(accept, Qt::LeftButton);
+            // Still open: try again at the next look.
+            return !dialog->isVisible();
         });
     }
 

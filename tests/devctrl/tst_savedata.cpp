@@ -34,9 +34,9 @@ namespace {
 class TestFileType final : public ov::IFileType
 {
 public:
-    TestFileType(const char* description, const char* extension, int code, bool frames,
-        ov::IFileType* inner = nullptr)
-        : desc(description), ext(extension), code(code), frames(frames), inner(inner)
+    TestFileType(const char* description, const char* extension, int typeCodeOf, bool takesFrames,
+        ov::IFileType* innerType = nullptr)
+        : desc(description), ext(extension), code(typeCodeOf), frames(takesFrames), inner(innerType)
     { }
     bool canSaveFrames(int flag) const override
     {
@@ -64,7 +64,7 @@ public:
 class TestDataMgr final : public ov::IDataMgr
 {
 public:
-    explicit TestDataMgr(ov::IDataMgr* inner = nullptr) : inner(inner) { }
+    explicit TestDataMgr(ov::IDataMgr* innerMgr = nullptr) : inner(innerMgr) { }
     ov::IMpxFrame* createMpxFrame(unsigned w, unsigned h, int t) override
     {
         return inner ? inner->createMpxFrame(w, h, t) : nullptr;
@@ -105,7 +105,8 @@ public:
 class TestOrvel final : public ov::IOrvel
 {
 public:
-    TestOrvel(ov::IOrvel* inner, ov::IDataMgr* mgr) : inner(inner), mgr(mgr) { }
+    TestOrvel(ov::IOrvel* innerOrvel, ov::IDataMgr* dataMgrOf) : inner(innerOrvel), mgr(dataMgrOf)
+    { }
     int devices(ov::PtrList<ov::IDev*>& out) override { return inner ? inner->devices(out) : 0; }
     ov::ISettings* moduleSettings(const char* m, ov::IDev* d, int f) override
     {
@@ -128,7 +129,7 @@ public:
 class InfoDevice final : public testdev::NullDevMpx2
 {
 public:
-    explicit InfoDevice(uint32_t kind) : kind(kind) { }
+    explicit InfoDevice(uint32_t infoKind) : kind(infoKind) { }
     int deviceInfo(ov::DevInfo* out) override
     {
         std::memset(out, 0, sizeof(*out));
