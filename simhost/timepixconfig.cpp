@@ -27,7 +27,7 @@ int TimepixDevice::loadConfigFile(ov::IFilePath* path)
         log(ov::LogError, QStringLiteral("Configuration not loaded: no file name"));
         return -1;
     }
-    return loadConfig(QString::fromUtf8(path->get()));
+    return loadConfig(QString::fromUtf8(path->get()), true);
 }
 
 int TimepixDevice::saveConfigFile(ov::IFilePath* path)
@@ -39,7 +39,7 @@ int TimepixDevice::saveConfigFile(ov::IFilePath* path)
     return saveConfig(QString::fromUtf8(path->get()), m_pixCfg->snapshot(), m_dacs->snapshot());
 }
 
-int TimepixDevice::loadConfig(const QString& path)
+int TimepixDevice::loadConfig(const QString& path, bool announce)
 {
     auto fail = [this](int code, const QString& why) {
         log(ov::LogError, QStringLiteral("Configuration not loaded: ") + why);
@@ -91,8 +91,13 @@ int TimepixDevice::loadConfig(const QString& path)
     setBias(cfg.bias);
     if (cfg.hasClock)
         setClock(cfg.clockMHz);
-    setDacDelay(cfg.dacDelayMs); // fires "DeviceCfgChanged"
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_dacDelay = cfg.dacDelayMs;
+    }
     log(ov::LogInfo, QStringLiteral("Configuration loaded from %1").arg(path));
+    if (announce)
+        raise("DeviceCfgChanged", 0);
     return 0;
 }
 
@@ -167,7 +172,8 @@ void TimepixDevice::attached()
 
 int TimepixDevice::applyFactoryConfig(const QString& path)
 {
-    return loadConfig(path);
+    // The caller announces the new configuration file with "DeviceCfgChanged".
+    return loadConfig(path, false);
 }
 
 } // namespace sim

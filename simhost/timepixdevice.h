@@ -143,7 +143,8 @@ protected:
 
 private:
     class Series;
-    int loadConfig(const QString& path);
+    // announce: fire "DeviceCfgChanged" for the settings that have no event of their own.
+    int loadConfig(const QString& path, bool announce);
     int saveConfig(const QString& path, const SimPixCfg::Pixels& px, const std::vector<int>& dacs);
     struct ChipCal
     {
