@@ -5,6 +5,8 @@
 #include <scriptrunner.h>
 #include <simhost.h>
 
+#include <ovdetector.h>
+
 #include <ovplugin.h>
 
 #include <QDir>
@@ -84,7 +86,10 @@ public:
         return note(dev, QStringLiteral("setRefreshParams %1 %2").arg(dacs).arg(pixCfg));
     }
     int lastAcqResult(ov::IDev*) override { return lastResult; }
-    int show(bool visible) override { return note(nullptr, QStringLiteral("show %1").arg(visible)); }
+    int show(bool visible) override
+    {
+        return note(nullptr, QStringLiteral("show %1").arg(visible));
+    }
 
 private:
     int note(ov::IDev* dev, const QString& call)
@@ -250,8 +255,9 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("withPlugin");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("none selected") << "start\n" << true
-                                       << "r.orvs:1: no device selected (use 'device NAME')";
+        QTest::newRow("none selected")
+            << "start\n"
+            << true << "r.orvs:1: no device selected (use 'device NAME')";
         QTest::newRow("unknown") << "log info x\ndevice kalbar W0001\n"
                                  << true << "r.orvs:2: no device 'kalbar W0001'";
         QTest::newRow("motor") << "device motors X\n"
@@ -262,9 +268,9 @@ private slots:
                                     << false << "r.orvs:2: no plug-in interface to drive";
         QTest::newRow("nothing measured") << "device kalbar W0087\nsave a.mfd\n"
                                           << false << "r.orvs:2: no measured frames to save";
-        QTest::newRow("no frames") << "device kalbar W0087\nexpect frames 2\n"
-                                   << false
-                                   << "r.orvs:2: expected 2 measured frame(s), the device holds 0";
+        QTest::newRow("no frames")
+            << "device kalbar W0087\nexpect frames 2\n"
+            << false << "r.orvs:2: expected 2 measured frame(s), the device holds 0";
         QTest::newRow("result") << "device kalbar W0087\nexpect result 0\n"
                                 << true
                                 << "r.orvs:2: expected the last measurement to end with 0, it "
@@ -326,7 +332,8 @@ private slots:
         Bench bench;
         sim::ScriptRunner runner({&bench.host, nullptr, &bench.control});
         sim::addDevControlCommands(runner);
-        QVERIFY(runner.loadText(QStringLiteral("device kalbar W0087\nstart\nwaitidle 5000\n"), "g.orvs"));
+        QVERIFY(runner.loadText(
+            QStringLiteral("device kalbar W0087\nstart\nwaitidle 5000\n"), "g.orvs"));
         QTimer::singleShot(150, [&bench]() { bench.control.running = 1; });
         QTimer::singleShot(400, [&bench]() { bench.control.running = 0; });
         QElapsedTimer clock;
@@ -371,7 +378,13 @@ private slots:
         const QStringList texts = QDir(out.filePath("one")).entryList({"*.txt"}, QDir::Files);
         QCOMPARE(texts.size(), 3);
         QCOMPARE(QDir(out.filePath("one")).entryList({"*.dsc"}, QDir::Files).size(), 3);
-        QCOMPARE(QDir(out.path()).entryList({"bin*"}, QDir::Files).size(), 3);
+        const QStringList bins {"bin_0", "bin_0.dsc", "bin_1", "bin_1.dsc", "bin_2", "bin_2.dsc"};
+        QCOMPARE(QDir(out.path()).entryList({"bin*"}, QDir::Files, QDir::Name), bins);
+        ov::FilePath binary(out.filePath("bin_2").toUtf8().constData());
+        ov::IData* last = mgr->loadData(&binary, 0);
+        QVERIFY(last);
+        QCOMPARE(last->frameAt(0)->acqTime(), 0.01);
+        last->decRef();
         QVERIFY(QDir::setCurrent(QDir::tempPath()));
     }
 
