@@ -375,8 +375,8 @@ ScriptStep saveFrames(SimDevice* device, const Save& save)
             QStringLiteral("device '%1' is not a detector").arg(device->name()));
     std::vector<ov::IData*> held;
     std::vector<const SimFrame*> frames;
-    const int count = detector->acqDataCount();
-    for (int i = 0; i < count; ++i) {
+    const int dataCount = detector->acqDataCount();
+    for (int i = 0; i < dataCount; ++i) {
         ov::IData* data = detector->acqDataRefInc(unsigned(i));
         if (!data)
             continue;
@@ -386,17 +386,22 @@ ScriptStep saveFrames(SimDevice* device, const Save& save)
                 frames.push_back(frame);
     }
     const QString path = absolutePath(save.path);
+    const std::string name = QFile::encodeName(path).toStdString();
     int result = -1;
     if (!frames.empty())
-        result = saveFramesToFile(
-            frames, QFile::encodeName(path).toStdString(), save.code, save.flags);
+        result = saveFramesToFile(frames, name, save.code, save.flags);
     for (ov::IData* data : held)
         data->decRef();
     if (frames.empty())
         return ScriptStep::fail(QStringLiteral("no measured frames to save"));
     if (result != 0)
         return ScriptStep::fail(QStringLiteral("cannot save to '%1' (see the log)").arg(path));
-    std::printf("saved %zu frame(s): %s\n", frames.size(), QFile::encodeName(path).constData());
+    const auto count = int(frames.size());
+    if (hostFileTypeById(save.code)->isMultiFrame() || count == 1)
+        std::printf("saved %d frame(s): %s\n", count, name.c_str());
+    else
+        std::printf("saved %d frame(s): %s ... %s\n", count, frameFileName(name, 0, count).c_str(),
+            frameFileName(name, count - 1, count).c_str());
     std::fflush(stdout);
     return ScriptStep::next();
 }
