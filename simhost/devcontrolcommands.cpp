@@ -310,7 +310,7 @@ bool readExpect(const QStringList& args, Expect* v, QString* why)
 template <class Values>
 using Action = std::function<ScriptStep(Session&, SimDevice*, const Values&)>;
 
-struct Spec
+struct Form
 {
     QString usage; // its first word is the command's name
     int minArgs;
@@ -319,20 +319,20 @@ struct Spec
 };
 
 template <class Values>
-void add(ScriptRunner& runner, const std::shared_ptr<Session>& session, const Spec& spec,
+void add(ScriptRunner& runner, const std::shared_ptr<Session>& session, const Form& form,
     Reader<Values> read, Action<Values> act)
 {
     ScriptRunner::Command command;
-    command.name = spec.usage.section(QLatin1Char(' '), 0, 0);
-    command.minArgs = spec.minArgs;
-    command.maxArgs = spec.maxArgs;
-    command.usage = spec.usage;
+    command.name = form.usage.section(QLatin1Char(' '), 0, 0);
+    command.minArgs = form.minArgs;
+    command.maxArgs = form.maxArgs;
+    command.usage = form.usage;
     command.check = [read](const ScriptLine& line) {
         Values values;
         QString why;
         return read(line.args, &values, &why) ? QString() : why;
     };
-    command.run = [session, read, act, needs = spec.needs](const ScriptLine& line) {
+    command.run = [session, read, act, needs = form.needs](const ScriptLine& line) {
         Session& s = *session;
         if (!s.context.host)
             return ScriptStep::fail(QStringLiteral("no host to run this on"));
@@ -356,12 +356,12 @@ void add(ScriptRunner& runner, const std::shared_ptr<Session>& session, const Sp
 
 // A command that hands its values to one IDevControl call on the selected device.
 template <class Values>
-void addCall(ScriptRunner& runner, const std::shared_ptr<Session>& session, const Spec& spec,
+void addCall(ScriptRunner& runner, const std::shared_ptr<Session>& session, const Form& form,
     Reader<Values> read, const char* call,
     std::function<int(ov::IDevControl*, ov::IDev*, const Values&)> invoke)
 {
     add<Values>(runner, session,
-        {spec.usage, spec.minArgs, spec.maxArgs, NeedsPlugin | NeedsDevice}, read,
+        {form.usage, form.minArgs, form.maxArgs, NeedsPlugin | NeedsDevice}, read,
         [call, invoke](Session& s, SimDevice* device, const Values& v) {
             return callResult(call, invoke(s.context.devControl, device->dev(), v));
         });
