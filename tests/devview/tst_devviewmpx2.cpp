@@ -244,6 +244,33 @@ private slots:
         QVERIFY(page.ctrl()->acqParams().fileOutput);
     }
 
+    void memoryLimitOfTheHostsIni()
+    {
+        // The simulated host allows 4096 MB; a quad frame takes 0.5 MB.
+        TimepixPage page;
+        QVERIFY(page.view);
+        showWindow(page);
+        Ui_PnlMeasurement& ui = panelUi(page);
+        ModalDriver driver;
+        int asked = 0;
+        driver.add(refuseAnyQuestion(&asked));
+        typeInto(ui.spCount, 8192);
+        QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
+        QCOMPARE(asked, 0);
+        QVERIFY(page.view->isMeasurementRunning());
+        QTRY_VERIFY(ui.btStartStop->isEnabled());
+        QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!page.view->isMeasurementRunning(), 20000);
+        QTRY_COMPARE(ui.btStartStop->text(), QString("Start"));
+
+        // One frame more than 4096 MB holds.
+        typeInto(ui.spCount, 8194);
+        QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
+        QCOMPARE(asked, 1);
+        QVERIFY(!page.view->isMeasurementRunning());
+        QCOMPARE(ui.btStartStop->text(), QString("Start"));
+    }
+
     void panelFieldsSurviveARestart()
     {
         QTemporaryDir home;
