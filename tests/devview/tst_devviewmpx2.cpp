@@ -258,6 +258,8 @@ private slots:
         QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
         QCOMPARE(asked, 0);
         QVERIFY(page.view->isMeasurementRunning());
+        // Stop once the device measures: an abort before that would find nothing to end.
+        QTRY_VERIFY(page.ctrl()->curAcq() >= 1);
         QTRY_VERIFY(ui.btStartStop->isEnabled());
         QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(!page.view->isMeasurementRunning(), 20000);
