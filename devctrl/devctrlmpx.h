@@ -167,6 +167,9 @@ public:
     // multi-frame flags (0 for other types).
     virtual QString getSaveFileName(ov::IFileType** type, unsigned* flags, bool framesOnly);
     virtual int fileTypeFromFileName(const char* name);
+    // The name of the first file that the measurement set up in acqParams() writes:
+    // the output path with the repeat and frame numbers of a series' first file.
+    virtual QString getFirstOutputFileName();
     virtual ov::IParamMgr* fileTypeParamsFromFileName(const char* name);
     // Asks how a multi-frame file is written; 4 (text sparse) when cancelled.
     virtual unsigned getMultiFrameTypeFlags();
