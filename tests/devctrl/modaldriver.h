@@ -35,9 +35,10 @@ public:
     void add(Step step) { steps.push_back(std::move(step)); }
     bool done() const { return steps.empty(); }
 
-    // A file dialog: records its name filters, chooses filter (when not empty), selects
+    // A file dialog: records its name filters and caption, chooses filter (when not empty), selects
     // name and presses the accept button; an empty name cancels.
-    void fileDialog(const QString& filter, const QString& name, QStringList* seenFilters = nullptr)
+    void fileDialog(const QString& filter, const QString& name, QStringList* seenFilters = nullptr,
+        QString* seenCaption = nullptr)
     {
         add([=](QWidget* w) {
             auto* dialog = qobject_cast<QFileDialog*>(w);
@@ -45,6 +46,8 @@ public:
                 return false;
             if (seenFilters)
                 *seenFilters = dialog->nameFilters();
+            if (seenCaption)
+                *seenCaption = dialog->windowTitle();
             if (name.isEmpty()) {
                 dialog->reject();
                 return true;

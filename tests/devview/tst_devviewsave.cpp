@@ -124,17 +124,7 @@ private slots:
         QVERIFY(QFileInfo::exists(path("cur.bin.dsc")));
         QString caption;
         QStringList filters;
-        driver.add([&](QWidget* w) {
-            auto* dialog = qobject_cast<QFileDialog*>(w);
-            if (!dialog)
-                return false;
-            caption = dialog->windowTitle();
-            filters = dialog->nameFilters();
-            auto* edit = dialog->findChild<QLineEdit*>("fileNameEdit");
-            QTest::keyClicks(edit, path("cur.bin.dsc"));
-            QTest::keyClick(edit, Qt::Key_Enter);
-            return true;
-        });
+        driver.fileDialog(QString(), path("cur.bin.dsc"), &filters, &caption);
         page.ui().acOpenFrame->trigger();
         QVERIFY(driver.done());
         QCOMPARE(caption, QString("Load Frames"));

@@ -4,6 +4,9 @@
 #include "qmyfiledialog.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -28,13 +31,25 @@ void onDialog(std::function<void(QFileDialog*)> action)
     timer->start(20);
 }
 
+// Fills in the name as the user's text, relative to its folder (a whole path in the
+// name field makes the dialog's completion select the folders along it), and presses
+// the accept button.
 void typeAndAccept(QFileDialog* dialog, const QString& name)
 {
     auto* edit = dialog->findChild<QLineEdit*>("fileNameEdit");
     QVERIFY(edit);
-    edit->clear();
-    QTest::keyClicks(edit, name);
-    QTest::keyClick(edit, Qt::Key_Enter);
+    const QFileInfo target(name);
+    if (target.isAbsolute())
+        dialog->setDirectory(target.absolutePath());
+    edit->setText(target.isAbsolute() ? target.fileName() : name);
+    auto* box = dialog->findChild<QDialogButtonBox*>();
+    QVERIFY(box);
+    for (QAbstractButton* b : box->buttons())
+        if (box->buttonRole(b) == QDialogButtonBox::AcceptRole) {
+            QTest::mouseClick(b, Qt::LeftButton);
+            return;
+        }
+    QFAIL("the file dialog has no accept button");
 }
 
 } // namespace
