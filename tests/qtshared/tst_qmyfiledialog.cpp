@@ -4,6 +4,7 @@
 #include "qmyfiledialog.h"
 
 #include <QApplication>
+#include <QAbstractButton>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFileInfo>
