@@ -404,8 +404,6 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
     onAcqDataChanged();
 }
 
-void DevCtrlMpx::setAcqFinishedDacValues() { }
-
 void DevCtrlMpx::onDevStgChanged() { }
 
 void DevCtrlMpx::onNewData(int index)
@@ -570,7 +568,11 @@ void DevCtrlMpx::showPixCfgFrame(PixCfgType type)
     }
     if (rc != 0)
         return;
+    showPixCfgBits(bits);
+}
 
+void DevCtrlMpx::showPixCfgBits(const ov::DataBuff<unsigned char>& bits)
+{
     ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
     if (!dataMgr)
         return;
