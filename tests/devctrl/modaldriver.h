@@ -34,7 +34,7 @@ public:
     void add(Step step) { steps.push_back(std::move(step)); }
     bool done() const { return steps.empty(); }
 
-    // A file dialog: records its name filters, chooses filter (when not empty), types
+    // A file dialog: records its name filters, chooses filter (when not empty), puts
     // name into the file name field and presses Enter; an empty name cancels.
     void fileDialog(const QString& filter, const QString& name, QStringList* seenFilters = nullptr)
     {
@@ -53,8 +53,9 @@ public:
             auto* edit = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
             if (!edit)
                 return false;
-            edit->clear();
-            QTest::keyClicks(edit, name);
+            // Set rather than typed: typing opens the completion list, which can take
+            // the Enter meant for the dialog.
+            edit->setText(name);
             QTest::keyClick(edit, Qt::Key_Enter);
             return true;
         });
