@@ -97,6 +97,8 @@ DevCtrlMpx::~DevCtrlMpx()
         mpxFrame->image->tooltipFunc = nullptr;
         mpxFrame->image->tooltipUser = nullptr;
     }
+    // A progress dialog whose closing was still on its way.
+    delete progressDialog;
     std::lock_guard<std::recursive_mutex> lock(mutex);
     currentFrameRef.dec();
     pixCfgFrame.dec();

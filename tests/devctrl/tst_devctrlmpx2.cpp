@@ -473,13 +473,18 @@ private slots:
     {
         PixCfgDevice dev(W, H, true);
         ProbeCtrl ctrl(nullptr, &dev, nullptr, nullptr);
-        const TpxPulses before = ctrl.tpParams().tpx;
+        // The record is packed: its fields are read by value.
+        const TpxPulses& tp = ctrl.tpParams().tpx;
+        const uint32_t count = tp.pulseCount;
+        const double height = tp.pulseHeight;
+        const double period = tp.pulsePeriod;
+        const int manual = tp.manualTpBits;
         RecordingSettings empty;
         ctrl.loadSettings(&empty);
-        QCOMPARE(ctrl.tpParams().tpx.pulseCount, before.pulseCount);
-        QCOMPARE(ctrl.tpParams().tpx.pulseHeight, before.pulseHeight);
-        QCOMPARE(ctrl.tpParams().tpx.pulsePeriod, before.pulsePeriod);
-        QCOMPARE(ctrl.tpParams().tpx.manualTpBits, before.manualTpBits);
+        QCOMPARE(uint32_t(tp.pulseCount), count);
+        QCOMPARE(double(tp.pulseHeight), height);
+        QCOMPARE(double(tp.pulsePeriod), period);
+        QCOMPARE(int(tp.manualTpBits), manual);
 
         RecordingSettings stored;
         stored.setInt("TpPars", "Count", 250);
@@ -488,10 +493,10 @@ private slots:
         stored.setDouble("TpPars", "Period", 0.002);
         stored.setInt("Acq", "Count", 7);
         ctrl.loadSettings(&stored);
-        QCOMPARE(ctrl.tpParams().tpx.pulseCount, 250u);
-        QCOMPARE(ctrl.tpParams().tpx.pulseHeight, 1.25);
-        QCOMPARE(ctrl.tpParams().tpx.manualTpBits, uint8_t(1));
-        QCOMPARE(ctrl.tpParams().tpx.pulsePeriod, 0.002);
+        QCOMPARE(uint32_t(tp.pulseCount), 250u);
+        QCOMPARE(double(tp.pulseHeight), 1.25);
+        QCOMPARE(int(tp.manualTpBits), 1);
+        QCOMPARE(double(tp.pulsePeriod), 0.002);
         QCOMPARE(ctrl.acqParams().acqCount, 7); // the base's settings first
 
         RecordingSettings saved;

@@ -415,13 +415,14 @@ private slots:
             using ProbeCtrl::ProbeCtrl;
             void run() override { runAdvancedAcquisition(); }
         };
-        ctrl.reset();
-        auto runner = std::make_unique<Runner>(nullptr, dev.get(), nullptr, nullptr);
+        // A device of its own: the controller of init() is registered with the other.
+        PixCfgDevice measuring(W, H, true);
+        auto runner = std::make_unique<Runner>(nullptr, &measuring, nullptr, nullptr);
 
         std::atomic<bool> go {false};
         std::atomic<bool> inside {false};
         QStringList atFrameEnd;
-        dev->script = [&](PixCfgDevice& d) {
+        measuring.script = [&](PixCfgDevice& d) {
             inside = true;
             while (!go.load())
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -436,12 +437,13 @@ private slots:
         runner->setDacValue(5, 0, 42, false);
         runner->setDacValuesToDevice(); // does nothing while measuring
         QCOMPARE(runner->pendingCount(), size_t(1));
-        QVERIFY(dev->liveDacs.log->isEmpty());
+        QVERIFY(measuring.liveDacs.log->isEmpty());
         go = true;
         QVERIFY(QTest::qWaitFor([&] { return finished.count() == 1; }, 5000));
         QVERIFY(QTest::qWaitFor([] { return DevCtrlMpx::detachedThreadCount() == 0; }, 5000));
         QCOMPARE(atFrameEnd, QStringList({"copy.setDacValue(5,0,42)", "setDacs()", "release()"}));
         QCOMPARE(runner->pendingCount(), size_t(0));
+        runner.reset();
     }
 
     // ---------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 #include "timepixpage.h"
 
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -287,6 +288,15 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return finished.count() == 1; }, 5000));
         QCOMPARE(finished.at(0).at(0).toInt(), 0);
         QVERIFY(QTest::qWaitFor([] { return DevCtrlMpx::detachedThreadCount() == 0; }, 5000));
+        // The progress dialog goes once the result is back on the GUI thread.
+        QVERIFY(QTest::qWaitFor(
+            [] {
+                for (QWidget* w : QApplication::topLevelWidgets())
+                    if (qobject_cast<QProgressDialog*>(w))
+                        return false;
+                return true;
+            },
+            5000));
     }
 };
 
