@@ -288,10 +288,10 @@ protected:
     // beyond the threshold; a pixel whose adjustment has no room left is masked.
     template <typename T>
     void shiftThlAdj(ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over);
-    // The file dialog of the pixel configuration: the name (empty when cancelled), and in
-    // *format the code that belongs to the chosen filter.
-    QString askPixCfgFile(
-        bool save, const QStringList& filters, const QList<int>& formats, int* format);
+    // Asks for a pixel-configuration file among filters and hands it, with the format
+    // code of the chosen filter, to the configuration's save or load. The chosen name;
+    // empty when cancelled.
+    QString pixCfgFile(bool save, const QStringList& filters, const QList<int>& formats);
 
     // Seconds since the epoch, truncated to microseconds.
     static double nowSeconds();

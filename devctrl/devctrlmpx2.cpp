@@ -324,14 +324,7 @@ void DevCtrlMpx2::savePixCfg()
     QStringList filters;
     QList<int> formats;
     pixCfgFilters(&filters, &formats);
-    int format = 0;
-    const QString name = askPixCfgFile(true, filters, formats, &format);
-    if (name.isEmpty())
-        return;
-    if (ov::IMpxPixCfg* cfg = mpx2->pixCfg()) {
-        ov::FilePath path(name.toUtf8().constData());
-        cfg->saveToFile(path, format);
-    }
+    pixCfgFile(true, filters, formats);
 }
 
 void DevCtrlMpx2::openPixCfg()
@@ -339,14 +332,9 @@ void DevCtrlMpx2::openPixCfg()
     QStringList filters;
     QList<int> formats;
     pixCfgFilters(&filters, &formats);
-    int format = 0;
-    const QString name = askPixCfgFile(false, filters, formats, &format);
+    const QString name = pixCfgFile(false, filters, formats);
     if (name.isEmpty())
         return;
-    if (ov::IMpxPixCfg* cfg = mpx2->pixCfg()) {
-        ov::FilePath path(name.toUtf8().constData());
-        cfg->loadFromFile(path, format);
-    }
     // The DACs saved beside the configuration, under its whole name with ".dacs" added.
     const QString dacsName = name + QStringLiteral(".dacs");
     if (!QFileInfo::exists(dacsName))

@@ -207,8 +207,7 @@ int DevCtrlMpx::shiftThlUnder(double threshold, int)
 // ---------------------------------------------------------------------------------
 // Files
 
-QString DevCtrlMpx::askPixCfgFile(
-    bool save, const QStringList& filters, const QList<int>& formats, int* format)
+QString DevCtrlMpx::pixCfgFile(bool save, const QStringList& filters, const QList<int>& formats)
 {
     QString selected;
     const QString joined = filters.join(QStringLiteral(";;"));
@@ -217,33 +216,28 @@ QString DevCtrlMpx::askPixCfgFile(
             QStringLiteral("::devctrl/savepixcfg"), joined, &selected)
         : QMyFileDialog::getOpenFileName(nullptr, QStringLiteral("Open Pixel Configuration"),
             QStringLiteral("::devctrl/openpixcfg"), joined, &selected);
+    if (name.isEmpty())
+        return name;
     const qsizetype index = filters.indexOf(selected);
-    *format = index >= 0 && index < formats.size() ? formats.at(index) : formats.value(0);
+    const int format = index >= 0 && index < formats.size() ? formats.at(index) : formats.value(0);
+    if (ov::IMpxPixCfg* cfg = m_dev->pixCfg()) {
+        ov::FilePath path(name.toUtf8().constData());
+        if (save)
+            cfg->saveToFile(path, format);
+        else
+            cfg->loadFromFile(path, format);
+    }
     return name;
 }
 
 void DevCtrlMpx::openPixCfg()
 {
-    int format = 0;
-    const QString name = askPixCfgFile(false, basePixCfgFilters(), basePixCfgFormats(), &format);
-    if (name.isEmpty())
-        return;
-    if (ov::IMpxPixCfg* cfg = m_dev->pixCfg()) {
-        ov::FilePath path(name.toUtf8().constData());
-        cfg->loadFromFile(path, format);
-    }
+    pixCfgFile(false, basePixCfgFilters(), basePixCfgFormats());
 }
 
 void DevCtrlMpx::savePixCfg()
 {
-    int format = 0;
-    const QString name = askPixCfgFile(true, basePixCfgFilters(), basePixCfgFormats(), &format);
-    if (name.isEmpty())
-        return;
-    if (ov::IMpxPixCfg* cfg = m_dev->pixCfg()) {
-        ov::FilePath path(name.toUtf8().constData());
-        cfg->saveToFile(path, format);
-    }
+    pixCfgFile(true, basePixCfgFilters(), basePixCfgFormats());
 }
 
 void DevCtrlMpx::loadConfig(const char* path)
