@@ -97,6 +97,8 @@ DevCtrlMpx::~DevCtrlMpx()
         mpxFrame->image->tooltipFunc = nullptr;
         mpxFrame->image->tooltipUser = nullptr;
     }
+    // A progress dialog whose closing was still on its way.
+    delete progressDialog;
     std::lock_guard<std::recursive_mutex> lock(mutex);
     currentFrameRef.dec();
     pixCfgFrame.dec();
@@ -404,8 +406,6 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
     onAcqDataChanged();
 }
 
-void DevCtrlMpx::setAcqFinishedDacValues() { }
-
 void DevCtrlMpx::onDevStgChanged() { }
 
 void DevCtrlMpx::onNewData(int index)
@@ -570,7 +570,11 @@ void DevCtrlMpx::showPixCfgFrame(PixCfgType type)
     }
     if (rc != 0)
         return;
+    showPixCfgBits(bits);
+}
 
+void DevCtrlMpx::showPixCfgBits(const ov::DataBuff<unsigned char>& bits)
+{
     ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
     if (!dataMgr)
         return;

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QRect>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 #include <mutex>
@@ -91,6 +92,18 @@ public:
     virtual void showAcqFrame(unsigned long index);
     virtual void showPixCfgFrames(bool show);
     virtual void updateCurrentFrame();
+
+    // Pixel configuration (devctrlmpxpixcfg.cpp). togglePixCfg flips the bit of the
+    // configuration view on show (the mask on the real frame) for a pixel, row or column;
+    // maskRect masks or unmasks rectangles of frame pixels. The mask and shift operations
+    // work on a copy of the configuration built from the frame on show and hand it to the
+    // device in one call; -1 when there is no frame.
+    virtual int togglePixCfg(unsigned x, unsigned y, PixelArea area, const QList<QRect>& rects);
+    virtual int maskRect(const QList<QRect>& rects, bool masked);
+    virtual int maskOver(double threshold);
+    virtual int maskUnder(double threshold);
+    virtual int shiftThlOver(double threshold, int adjustment);
+    virtual int shiftThlUnder(double threshold, int adjustment);
     virtual void setAutoUpdateEnabled(bool enabled) { autoUpdate = enabled; }
     // Starts a measurement on a detached worker thread and returns 0 at once.
     virtual int startAcq();
@@ -176,9 +189,22 @@ public:
     // Fills loadedFiles with one entry per frame (or data set) of the files and shows
     // the last one; an abort in the progress dialog keeps the entries made so far.
     virtual void loadFiles(QList<QString>& files);
+    // The device's configuration file; no result, no message.
+    virtual void loadConfig(const char* path);
+    virtual void saveConfig(const char* path);
+    // Ask for a file and hand it with its format code to the pixel configuration.
+    virtual void savePixCfg();
+    virtual void openPixCfg();
+    // Loads the factory configuration off the GUI thread behind a progress dialog.
+    virtual void loadFactoryCfg();
     // The data of one loaded entry, read from its file; null when the host gives none.
     ov::RefData<ov::IData> loadDataFromFile(const FileInfo& info) const;
     const std::vector<FileInfo>& loadedFileList() const { return loadedFiles; }
+    // A DAC write: at once when no measurement runs and deferred is false (refused on a
+    // locked device), otherwise kept until setDacValuesToDevice or the next finished
+    // frame, where all kept writes go to the device in one table.
+    virtual void setDacValue(int dac, int chip, int value, bool deferred);
+    virtual void setDacValuesToDevice();
     virtual void setAcqFinishedDacValues();
     virtual void onDevStgChanged();
     virtual void onAcqDataChanged();
@@ -254,6 +280,22 @@ protected:
     static void onDevLockChangedWrapper(long data, long user);
     static QString onFrameTooltipWrapper(unsigned x, unsigned y, double value, void* user);
 
+    // Shows one byte a pixel of the configuration, widened to a 16-bit frame of the
+    // device's size that replaces the configuration frame held so far.
+    void showPixCfgBits(const ov::DataBuff<unsigned char>& bits);
+    // Masks the pixels of the frame on show that are over (or under) the threshold.
+    int maskByValue(double threshold, bool over);
+    // Steps the threshold adjustment of those pixels down (over) or up (under).
+    int shiftThlByValue(double threshold, bool over);
+    // Steps one adjustment on the working copy cfg for each pixel of frame, read as T,
+    // beyond the threshold; a pixel whose adjustment has no room left is masked.
+    template <typename T>
+    void shiftThlAdj(ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over);
+    // Asks for a pixel-configuration file among filters and hands it, with the format
+    // code of the chosen filter, to the configuration's save or load. The chosen name;
+    // empty when cancelled.
+    QString pixCfgFile(bool save, const QStringList& filters, const QList<int>& formats);
+
     // Seconds since the epoch, truncated to microseconds.
     static double nowSeconds();
 
@@ -292,7 +334,10 @@ protected:
     bool fixedTabs = false;
     bool normalizeByTimeOn = false;
     std::atomic<bool> deviceLocked {false};
-    std::vector<std::tuple<int, int, int>> pendingDacs; // (dac, chip, value)
+    // (dac, chip, value) in order of arrival; filled on the GUI thread, drained on the
+    // thread of "AcqFinished".
+    std::vector<std::tuple<int, int, int>> pendingDacs;
+    std::mutex pendingDacsMutex;
     std::atomic<double> lastFrameUpdate {0.0};
     std::atomic<bool> frameShown {true};
     double m_frameMinRange = 0.0;

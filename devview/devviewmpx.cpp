@@ -248,8 +248,6 @@ QToolButton* DevViewMpx::initResetBitsMenu()
 
 void DevViewMpx::connectActions()
 {
-    // Loading configurations and pixel configurations, and the mask and threshold
-    // tools, join when the controller offers those operations.
     connect(ui->acOpenFrame, &QAction::triggered, this, [this] {
         if (!ctrl)
             return;
@@ -354,6 +352,73 @@ void DevViewMpx::connectActions()
     connect(ui->acPixCfgUnmaskAll, &QAction::triggered, this, [this] {
         if (ov::IMpxPixCfg* cfg = devMpx ? devMpx->pixCfg() : nullptr)
             cfg->setAllMask(false);
+    });
+    connect(ui->acPixCfgMaskSelect, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskRect(mpxFrame->image->getSelectRealRects(), true);
+    });
+    connect(ui->acPixCfgUnmaskSelect, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskRect(mpxFrame->image->getSelectRealRects(), false);
+    });
+    connect(ui->acPixCfgSave, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->savePixCfg();
+    });
+    connect(ui->acPixCfgOpen, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->openPixCfg();
+    });
+    connect(ui->acMaskOver, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskOver(maskValueSpinBox->value());
+    });
+    connect(ui->acMaskUnder, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskUnder(maskValueSpinBox->value());
+    });
+    // The combo chooses the adjustment where a family has two.
+    connect(ui->acThlOver, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->shiftThlOver(
+                thlValueSpinBox->value(), thlSelectCombo ? thlSelectCombo->currentIndex() : 0);
+    });
+    connect(ui->acThlUnder, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->shiftThlUnder(
+                thlValueSpinBox->value(), thlSelectCombo ? thlSelectCombo->currentIndex() : 0);
+    });
+    connect(ui->acLoadConfig, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        const QString name = QDir::toNativeSeparators(QMyFileDialog::getOpenFileName(nullptr,
+            QStringLiteral("Load Config"), QLastDir(QStringLiteral("devctrl/loadcfg")),
+            QStringLiteral("Config files (*.mcf *.xml)")));
+        if (!name.isEmpty())
+            ctrl->loadConfig(name.toUtf8().constData());
+        raise();
+        activateWindow();
+    });
+    connect(ui->acSaveConfig, &QAction::triggered, this, [this] {
+        if (!ctrl || !dev)
+            return;
+        ov::String configPath;
+        dev->configFilePath(configPath);
+        const QString suggested = QFileInfo(QString::fromUtf8(configPath.get())).fileName();
+        const QString name = QDir::toNativeSeparators(QMyFileDialog::getSaveFileName(nullptr,
+            QStringLiteral("Save Config"), QLastDir(QStringLiteral("devctrl/savecfg")),
+            QStringLiteral("Orvel Config (*.xml);;"), nullptr, QFileDialog::Options(), suggested));
+        if (!name.isEmpty())
+            ctrl->saveConfig(name.toUtf8().constData());
+    });
+    connect(ui->acLoadFactory, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        const auto answer = QMessageBox::question(this, QStringLiteral("Factory config"),
+            QStringLiteral("Do you want to load the factory config for the detector ?"),
+            QMessageBox::Yes | QMessageBox::No);
+        if (answer == QMessageBox::Yes)
+            ctrl->loadFactoryCfg();
     });
     connect(ui->acUndock, &QAction::triggered, this, [this] {
         acUndock->setVisible(false);
@@ -860,8 +925,19 @@ void DevViewMpx::getChipRectsTexts(QList<QRect>& rects, QList<QString>& texts)
     }
 }
 
-// Toggling bits by clicking comes with the controller's pixel-configuration operations.
-void DevViewMpx::onFrameClicked(unsigned, unsigned, unsigned, unsigned, int) { }
+// Each checked toggle action toggles its area; the mouse button plays no part.
+void DevViewMpx::onFrameClicked(unsigned column, unsigned row, unsigned, unsigned, int)
+{
+    if (!ctrl)
+        return;
+    const QList<QRect> rects;
+    if (ui->acPixCfgToggleRow->isChecked())
+        ctrl->togglePixCfg(column, row, DevCtrlMpx::AreaRow, rects);
+    if (ui->acPixCfgToggleColumn->isChecked())
+        ctrl->togglePixCfg(column, row, DevCtrlMpx::AreaColumn, rects);
+    if (ui->acPixCfgTogglePixel->isChecked())
+        ctrl->togglePixCfg(column, row, DevCtrlMpx::AreaPixel, rects);
+}
 
 void DevViewMpx::onDropFiles(QList<QString> files)
 {

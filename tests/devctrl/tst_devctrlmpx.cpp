@@ -461,12 +461,14 @@ private slots:
         ctrl->acqParams().acqCount = 33;
         ctrl->setFrameRange(2.0, 40.0);
         ctrl->saveSettings(&s);
-        QCOMPARE(s.writes.size(), size_t(20));
-        QCOMPARE(s.writes.front(), std::string("Acq/Type"));
-        QCOMPARE(s.writes[16], std::string("Acq/TpSpacing"));
-        QCOMPARE(s.writes[17], std::string("Image/NormalizeByTime"));
-        QCOMPARE(s.writes[18], std::string("Image/MinRange"));
-        QCOMPARE(s.writes[19], std::string("Image/MaxRange"));
+        // The Timepix controller's four test-pulse keys come before the base's.
+        QCOMPARE(s.writes.size(), size_t(24));
+        QCOMPARE(s.writes.front(), std::string("TpPars/Count"));
+        QCOMPARE(s.writes[4], std::string("Acq/Type"));
+        QCOMPARE(s.writes[20], std::string("Acq/TpSpacing"));
+        QCOMPARE(s.writes[21], std::string("Image/NormalizeByTime"));
+        QCOMPARE(s.writes[22], std::string("Image/MinRange"));
+        QCOMPARE(s.writes[23], std::string("Image/MaxRange"));
 
         FakeDevice other(1);
         ProbeCtrl fresh(nullptr, &other, nullptr, nullptr);
