@@ -3,8 +3,8 @@
 #include "qlastdir.h"
 #include "qmyfiledialog.h"
 
-#include <QApplication>
 #include <QAbstractButton>
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFileInfo>
