@@ -24,6 +24,11 @@
 
 namespace PluginDevControl {
 
+namespace {
+// The host's result of a measurement ended by abortOperation.
+constexpr int kAcqAborted = -1007;
+} // namespace
+
 std::atomic<int> DevCtrlMpx::detachedThreads {0};
 
 namespace {
@@ -243,8 +248,12 @@ void DevCtrlMpx::runAdvancedAcquisition()
     m_curAcq = 0;
     m_curRepeat = 0;
 
-    const int result = m_dev->doAdvancedAcquisition(
-        &desc, m_acqParams.repeatEnabled ? &repeatStore : nullptr, tpBlock);
+    // A Stop pressed after Start but before the device began found nothing to abort:
+    // the measurement ends here, as aborted, instead of running unasked.
+    const int result = stopRequested.load()
+        ? kAcqAborted
+        : m_dev->doAdvancedAcquisition(
+            &desc, m_acqParams.repeatEnabled ? &repeatStore : nullptr, tpBlock);
 
     activeRepeat.store(nullptr, std::memory_order_release);
     activeRepeatCount = 0;

@@ -162,6 +162,24 @@ private slots:
         QCOMPARE(call.tpBlock, block ? static_cast<const void*>(tp + 4) : nullptr);
     }
 
+    // Stop between Start and the device's start: the device is not asked to measure,
+    // and the measurement ends as aborted.
+    void stopBeforeTheDeviceBeganIsNotLost()
+    {
+        QCOMPARE(ctrl->stopAcq(), 0);
+        QSignalSpy finished(ctrl.get(), &DevCtrlMpx::acqAllFinished);
+        ctrl->run();
+        QCOMPARE(dev->calls().size(), size_t(0));
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(finished.at(0).at(0).toInt(), -1007);
+        QCOMPARE(ctrl->lastAcqResult(), -1007);
+        QVERIFY(!ctrl->isAcqRunning());
+        QVERIFY(QTest::qWaitFor([] { return DevCtrlMpx::detachedThreadCount() == 0; }, 10000));
+        // The next start clears the request and measures.
+        QCOMPARE(runToEnd(), 0);
+        QCOMPARE(dev->calls().size(), size_t(1));
+    }
+
     void noFileOutputSendsEmptyStringNotNull()
     {
         ctrl->acqParams().outputFile = "/somewhere/frames.txt";
