@@ -7,6 +7,7 @@
 #include "nulldevice.h"
 
 #include "livecounter.h"
+#include "simframe.h"
 #include "simhost.h"
 #include "timepixdevice.h"
 
@@ -503,6 +504,70 @@ private slots:
             QVERIFY(data);
             QCOMPARE(pixelsOf(data->frameAt(0)), original[size_t(i)]);
         }
+    }
+
+    // A frame with sub-frames: each sub-frame goes to its own file, named with the
+    // sub-frame's name, and the last sub-frame stays selected.
+    void currentFrameWithSubFramesSavesEachSubFrame()
+    {
+        makeCtrl();
+        sim::SimFrame* whole = sim::SimFrame::create(4, 3, ov::FrameInt16);
+        const char* names[] = {"ToA", "ToT"};
+        for (int i = 0; i < 2; ++i) {
+            sim::SimFrame* sub = sim::SimFrame::create(4, 3, ov::FrameInt16);
+            sub->setFrameName(names[i]);
+            for (int p = 0; p < 12; ++p)
+                sub->pixels<int16_t>()[p] = int16_t(100 * (i + 1) + p);
+            whole->addSubFrame(sub);
+            sub->decRef();
+        }
+        ctrl->setFrame(whole); // takes over the reference
+        ModalDriver driver;
+        driver.fileDialog("Text matrix frame (*.txt)", path("sub.txt"));
+        ctrl->saveCurrentFrame();
+        QVERIFY(driver.done());
+        for (int i = 0; i < 2; ++i) {
+            const QString file = path(QString("sub_%1.txt").arg(names[i]));
+            QVERIFY2(QFileInfo::exists(file), qPrintable(file));
+            QList<QString> files {file};
+            ctrl->loadFiles(files);
+            ov::RefData<ov::IData> data(ctrl->acqData(0), false);
+            QVERIFY(data);
+            const std::vector<double> values = pixelsOf(data->frameAt(0));
+            QCOMPARE(values.size(), size_t(12));
+            QCOMPARE(values[5], double(100 * (i + 1) + 5));
+        }
+        QVERIFY(!QFileInfo::exists(path("sub.txt")));
+    }
+
+    // Ten frames or more in one file each: the index gets as many digits as the count.
+    void tenFramesGetTwoDigitNames()
+    {
+        makeCtrl();
+        measure(10);
+        ModalDriver driver;
+        driver.fileDialog("Binary frame (*.bin)", path("ten.bin"));
+        ctrl->saveAcqData();
+        QVERIFY(driver.done());
+        for (int i = 0; i < 10; ++i) {
+            const QString file = path(QString("ten%1.bin").arg(i, 2, 10, QChar('0')));
+            QVERIFY2(QFileInfo::exists(file), qPrintable(file));
+        }
+        QVERIFY(!QFileInfo::exists(path("ten0.bin")));
+    }
+
+    // Without a frame on show the frame-saving operations ask nothing.
+    void noFrameNoQuestion()
+    {
+        makeCtrl();
+        QStringList seen;
+        ModalDriver driver;
+        driver.fileDialog(QString(), QString(), &seen);
+        ctrl->saveCurrentFrame();
+        ctrl->saveAllFrames();
+        QTest::qWait(100);
+        QVERIFY(!driver.done());
+        QVERIFY(seen.isEmpty());
     }
 
     // Missing and damaged files: the host logs an error naming each, they add no
