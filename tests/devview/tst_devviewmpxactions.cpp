@@ -5,6 +5,7 @@
 #include "colormap.h"
 #include "qfancystatusbar.h"
 #include "qmpxframe.h"
+#include "simdevice.h"
 
 #include <QAction>
 #include <QDesktopServices>
@@ -16,6 +17,7 @@
 #include <QToolButton>
 #include <QUrl>
 
+#include <thread>
 #include <vector>
 
 using namespace PluginDevControl;
@@ -395,6 +397,32 @@ private slots:
         QVERIFY(int(image->mask[masked + 1]) != image->getMaskValue());
         ui.acShowMaskedPixels->trigger();
         QVERIFY(!page.image()->showMasked);
+    }
+
+    // Host events from a host thread: a lock disables the configuration tool bar until
+    // the unlock; a changed device menu and a changed device configuration reach the
+    // window as the page's signals.
+    void hostEventsReachThePage()
+    {
+        TimepixPage page;
+        QVERIFY(page.view);
+        auto* device = dynamic_cast<sim::SimDevice*>(page.dev);
+        QVERIFY(device);
+        const Ui_DevViewMpx& ui = page.ui();
+        QVERIFY(ui.secondToolbar->isEnabled());
+        std::thread([device] { device->setLocked(true); }).join();
+        QTRY_VERIFY(!ui.secondToolbar->isEnabled());
+        std::thread([device] { device->setLocked(false); }).join();
+        QTRY_VERIFY(ui.secondToolbar->isEnabled());
+
+        QSignalSpy menu(page.view, &DevViewMpx::sigMenuChanged);
+        std::thread([device] { device->fireEvent("DevMenuChanged", 0); }).join();
+        QTRY_COMPARE(menu.count(), 1);
+
+        QSignalSpy reconnect(page.view, &DevViewMpx::sigReconnect);
+        std::thread([device] { device->fireEvent("DeviceCfgChanged", 0); }).join();
+        QTRY_COMPARE(reconnect.count(), 1);
+        QCOMPARE(menu.count(), 2);
     }
 
     void dockingReconnectHelpAndSaveConfig()
