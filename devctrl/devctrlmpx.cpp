@@ -1143,13 +1143,20 @@ void DevCtrlMpx::saveCurrentFrame()
             saveFrame(f.get(), path.c_str(), type, flags, true);
         return;
     }
-    for (int i = 0; i < subFrames; ++i) {
+    saveEachSubFrame(subFrames, type, flags,
+        [&path](const std::string& suffix) { return getFileNameWithSuffix(path, suffix.c_str()); });
+}
+
+void DevCtrlMpx::saveEachSubFrame(int count, ov::IFileType* type, unsigned flags,
+    const std::function<std::string(const std::string&)>& fileFor)
+{
+    for (int i = 0; i < count; ++i) {
         currentSubFrame = i;
         updateCurrentFrame();
         ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
         if (!f)
             continue;
-        const std::string file = getFileNameWithSuffix(path, ("_" + f->frameName()).c_str());
+        const std::string file = fileFor("_" + f->frameName());
         saveFrame(f.get(), file.c_str(), type, flags, true);
     }
 }
@@ -1183,16 +1190,9 @@ void DevCtrlMpx::saveAllFrames()
             }
             continue;
         }
-        for (int i = 0; i < subFrames; ++i) {
-            currentSubFrame = i;
-            updateCurrentFrame();
-            ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
-            if (!f)
-                continue;
-            const std::string file
-                = getFileNameIdx(path, index, 4, "_", ("_" + f->frameName()).c_str());
-            saveFrame(f.get(), file.c_str(), type, flags, true);
-        }
+        saveEachSubFrame(subFrames, type, flags, [&path, index](const std::string& suffix) {
+            return getFileNameIdx(path, index, 4, "_", suffix.c_str());
+        });
     }
     dialog->setValue(count);
     dialog->close();

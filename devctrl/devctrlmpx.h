@@ -15,6 +15,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <tuple>
@@ -344,6 +345,10 @@ protected:
     double m_frameMaxRange = 1.0;
 
 private:
+    // Saves each of count sub-frames of the frame on show, selecting each in turn (the
+    // last stays selected), under the name fileFor makes of "_" + the sub-frame's name.
+    void saveEachSubFrame(int count, ov::IFileType* type, unsigned flags,
+        const std::function<std::string(const std::string&)>& fileFor);
     // Hands the frame on show and the selected region to the analysis panels.
     void updateRegionStatistics(const ov::RefData<ov::IMpxFrame>& frame, const FrameRegion& region);
 

@@ -14,6 +14,16 @@ bool isKey(const QString& dir)
     return dir.startsWith(keyPrefix);
 }
 
+// After a file was opened: its folder under the key (when dir is one) and as the
+// default folder of every dialog.
+void rememberOpenDir(QSettings& settings, const QString& dir, const QString& file)
+{
+    const QString path = QFileInfo(file).absolutePath();
+    if (isKey(dir))
+        settings.setValue(dir.mid(keyPrefix.size()), path);
+    settings.setValue(QStringLiteral("DefaultOpenFileDir"), path);
+}
+
 } // namespace
 
 QString QMyFileDialog::startDir(QSettings& settings, const QString& dir, QString* selectedFilter)
@@ -67,12 +77,8 @@ QString QMyFileDialog::getOpenFileName(QWidget* parent, const QString& caption, 
     const QString start = startDir(settings, dir, selectedFilter);
     const QString result
         = QFileDialog::getOpenFileName(parent, caption, start, filter, selectedFilter, options);
-    if (!result.isEmpty()) {
-        const QString path = QFileInfo(result).absolutePath();
-        if (isKey(dir))
-            settings.setValue(dir.mid(keyPrefix.size()), path);
-        settings.setValue(QStringLiteral("DefaultOpenFileDir"), path);
-    }
+    if (!result.isEmpty())
+        rememberOpenDir(settings, dir, result);
     return result;
 }
 
@@ -85,11 +91,7 @@ QStringList QMyFileDialog::getOpenFileNames(QWidget* parent, const QString& capt
     const QString start = startDir(settings, dir, selectedFilter);
     const QStringList result
         = QFileDialog::getOpenFileNames(parent, caption, start, filter, selectedFilter, options);
-    if (!result.isEmpty()) {
-        const QString path = QFileInfo(result.first()).absolutePath();
-        if (isKey(dir))
-            settings.setValue(dir.mid(keyPrefix.size()), path);
-        settings.setValue(QStringLiteral("DefaultOpenFileDir"), path);
-    }
+    if (!result.isEmpty())
+        rememberOpenDir(settings, dir, result.first());
     return result;
 }

@@ -1,6 +1,7 @@
 // The Timepix page with its measurement panel: the settings column and the panels
 // menu, the measurement entry points of the page, and the whole road of a measurement
 // through the real widgets on the simulated Timepix quad.
+#include "../panels/typeinto.h"
 #include "timepixpage.h"
 
 #include "../panels/questionstep.h"
@@ -27,21 +28,6 @@
 using namespace PluginDevControl;
 
 namespace {
-
-void typeInto(QLineEdit* edit, const QString& text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Backspace);
-    QTest::keyClicks(edit, text);
-}
-
-void typeInto(QSpinBox* box, int value)
-{
-    box->setFocus();
-    box->selectAll();
-    QTest::keyClicks(box, QString::number(value));
-}
 
 Ui_PnlMeasurement& panelUi(const TimepixPage& page)
 {

@@ -2,6 +2,7 @@
 // record, the questions before a start, and the running state of its controls.
 #include "measpage.h"
 #include "questionstep.h"
+#include "typeinto.h"
 
 #include "framememory.h"
 #include "mydoublevalidator.h"
@@ -23,21 +24,6 @@ using namespace PluginDevControl;
 using meastest::MeasPage;
 
 namespace {
-
-void typeInto(QLineEdit* edit, const QString& text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Backspace);
-    QTest::keyClicks(edit, text);
-}
-
-void typeInto(QSpinBox* box, int value)
-{
-    box->setFocus();
-    box->selectAll();
-    QTest::keyClicks(box, QString::number(value));
-}
 
 void touch(const QString& path)
 {
