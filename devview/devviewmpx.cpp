@@ -4,6 +4,7 @@
 #include "devctrlmpx.h"
 #include "devicenames.h"
 #include "devviewmpxui.h"
+#include "dlgpixcfg.h"
 #include "dlgsavedata.h"
 #include "msgpanel.h"
 #include "pnlimageprops.h"
@@ -360,6 +361,14 @@ void DevViewMpx::connectActions()
     connect(ui->acPixCfgUnmaskSelect, &QAction::triggered, this, [this] {
         if (ctrl)
             ctrl->maskRect(mpxFrame->image->getSelectRealRects(), false);
+    });
+    // Sets configuration bits on the rectangles selected on the frame, or on a region
+    // chosen in the dialog when nothing is selected.
+    connect(ui->acPixCfgStg, &QAction::triggered, this, [this] {
+        if (!devMpx)
+            return;
+        DlgPixCfg dialog(this, devMpx, mpxFrame->image->getSelectRealRects());
+        dialog.exec();
     });
     connect(ui->acPixCfgSave, &QAction::triggered, this, [this] {
         if (ctrl)
