@@ -185,6 +185,14 @@ private slots:
         QTest::keyClick(page.fixture.window(), Qt::Key_R, Qt::ControlModifier);
         QCOMPARE(userAngle(), 90);
         QVERIFY(ui.acRotate90->isChecked());
+        // Each angle of the sub-menu, chosen directly.
+        const std::pair<QAction*, int> angles[]
+            = {{ui.acRotate270, 270}, {ui.acRotate0, 0}, {ui.acRotate90, 90}};
+        for (const auto& [action, angle] : angles) {
+            action->trigger();
+            QCOMPARE(userAngle(), angle);
+            QVERIFY(action->isChecked());
+        }
 
         const QList<QAction*> maps = ui.colorMapActions();
         for (int i = 0; i < maps.size(); ++i) {
@@ -238,6 +246,12 @@ private slots:
         QVERIFY(!ui.acPixCfgToggleRow->isChecked());
         ui.acPixCfgTogglePixel->trigger();
         QCOMPARE(page.image()->pixCfgMode, int(QMpxImage::PixCfgPixel));
+        QVERIFY(!page.image()->selectionEnabled);
+        // "No Toggling" gives the selection back.
+        ui.acPixCfgNone->trigger();
+        QCOMPARE(page.image()->pixCfgMode, int(QMpxImage::PixCfgNone));
+        QVERIFY(page.image()->selectionEnabled);
+        ui.acPixCfgTogglePixel->trigger();
 
         // Mask all and unmask all act on the device's configuration.
         ov::IMpxPixCfg* cfg = page.device()->pixCfg();
