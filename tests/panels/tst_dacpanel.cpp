@@ -188,6 +188,23 @@ private slots:
         QVERIFY(!p.ui().btResetDacs->icon().isNull());
     }
 
+    void deviceWithoutDacsHasNoPanel()
+    {
+        // The simulated Timepix3 offers no DAC table.
+        HostFixture fixture;
+        ov::IDev* dev = fixture.connect(sim::defaultDeviceSet().at(2));
+        QVERIFY(dev);
+        QVERIFY(fixture.start());
+        auto* view = qobject_cast<DevViewMpx*>(fixture.window()->getView(dev));
+        QVERIFY(view);
+        auto* mpx = dynamic_cast<ov::IDevMpx*>(dev);
+        QVERIFY(!mpx || !mpx->dacs());
+        QVERIFY(!view->findChild<DacPanel*>());
+        QVERIFY(!view->form().statusbar->buttons.isEmpty());
+        for (QFancyToggleButton* button : view->form().statusbar->buttons)
+            QVERIFY(button->title != "DAC Panel");
+    }
+
     void singleChipEditsGoToTheDevice()
     {
         DacPage p(DacPage::medipix2Desc());
