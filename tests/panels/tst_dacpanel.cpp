@@ -526,6 +526,22 @@ private slots:
         QCOMPARE(p.dacs().value(0, 0), 42);
     }
 
+    void singleChipPanelAsAPicture()
+    {
+        DacPage p(DacPage::medipix2Desc());
+        QVERIFY(p.ready());
+        p.open();
+        QTest::qWait(50);
+        QVERIFY(p.panel->grab().toImage().save(QDir::current().filePath("tst_dacpanel_mpx2.png")));
+        // Names and spin boxes are in full view above the scroll bar.
+        QWidget* viewport = p.ui().saDacs->viewport();
+        for (QSpinBox* spin : p.panel->dacSpins()) {
+            const QRect inArea(spin->mapTo(viewport, QPoint(0, 0)), spin->size());
+            QVERIFY(inArea.top() >= 0);
+            QVERIFY(inArea.bottom() < viewport->height());
+        }
+    }
+
     void pageWithThePanelAsAPicture()
     {
         DacPage p;
