@@ -1,6 +1,7 @@
 #include "devviewmpx.h"
 
 #include "callbackrelay.h"
+#include "dacpanel.h"
 #include "devctrlmpx.h"
 #include "devicenames.h"
 #include "devviewmpxui.h"
@@ -479,7 +480,10 @@ void DevViewMpx::setupPanels()
 {
     msgPanel = new MsgPanel(this);
     addBottomPanel(msgPanel, "Messages");
-    // The DAC panel joins here for devices with DACs once that panel exists.
+    if (devMpx && devMpx->dacs()) {
+        dacPanel = new DacPanel(this, devMpx, ctrl);
+        addBottomPanel(dacPanel, "DAC Panel");
+    }
 }
 
 void DevViewMpx::setupSlotsAndCbs()
@@ -1001,6 +1005,8 @@ void DevViewMpx::onDevLockChanged()
 {
     const bool locked = dev && dev->isLocked();
     enableGui(!locked, false);
+    if (dacPanel)
+        dacPanel->setEnabled(!locked);
 }
 
 // ---------------------------------------------------------------------------------
