@@ -1,5 +1,7 @@
 #include "devctrlmpx.h"
 
+#include "callbackrelay.h"
+
 #include "vectorstate.h"
 
 #include "pnlimageprops.h"
@@ -33,9 +35,13 @@ std::atomic<int> DevCtrlMpx::detachedThreads {0};
 
 namespace {
 
-DevCtrlMpx* controllerOf(long user)
+// Runs fn with the controller behind a device event's user data, unless the controller
+// has gone: the host cannot forget a registered callback, and an event may still be on
+// its way when the page closes.
+template <typename Fn>
+void withController(long user, Fn fn)
 {
-    return reinterpret_cast<DevCtrlMpx*>(user);
+    CallbackRelay::fromUserData(user)->with<DevCtrlMpx>(fn);
 }
 
 // Copies the pixels of frame into a buffer of T and hands them to the widget.
@@ -55,15 +61,21 @@ bool drawPixels(QMpxFrame* widget, ov::IMpxFrame* frame, int dataType)
 
 } // namespace
 
+void DevCtrlMpx::detachDeviceEvents()
+{
+    eventRelay->detach();
+}
+
 DevCtrlMpx::DevCtrlMpx(ov::IOrvel* orvel, ov::IDevMpx* dev, QMpxFrame* frame, QTabBar* tabs)
-    : m_orvel(orvel),
+    : eventRelay(CallbackRelay::create(this)),
+      m_orvel(orvel),
       m_dev(dev),
       mpxFrame(frame),
       frameTabs(tabs),
       m_tpParams(defaultTpParams(dev ? dev->deviceType() : 0))
 {
     if (m_dev) {
-        void* self = this;
+        void* self = eventRelay;
         m_dev->registerEvent("PixCfgChanged", onPixCfgChangedWrapper, self);
         m_dev->registerEvent("AcqMeasStarted", onAcqMeasStartedWrapper, self);
         m_dev->registerEvent("AcqMeasFinished", onAcqMeasFinishedWrapper, self);
@@ -98,6 +110,7 @@ DevCtrlMpx::DevCtrlMpx(ov::IOrvel* orvel, ov::IDevMpx* dev, QMpxFrame* frame, QT
 
 DevCtrlMpx::~DevCtrlMpx()
 {
+    detachDeviceEvents();
     if (mpxFrame && mpxFrame->image->tooltipUser == this) {
         mpxFrame->image->tooltipFunc = nullptr;
         mpxFrame->image->tooltipUser = nullptr;
@@ -276,74 +289,77 @@ void DevCtrlMpx::setAcqRepeatEnabled(bool enabled)
 
 void DevCtrlMpx::onPixCfgChangedWrapper(long, long user)
 {
-    controllerOf(user)->onPixCfgChanged();
+    withController(user, [](DevCtrlMpx* c) { c->onPixCfgChanged(); });
 }
 
 void DevCtrlMpx::onAcqMeasStartedWrapper(long, long user)
 {
-    emit controllerOf(user)->acqMeasStarted();
+    withController(user, [](DevCtrlMpx* c) { emit c->acqMeasStarted(); });
 }
 
 void DevCtrlMpx::onAcqMeasFinishedWrapper(long, long user)
 {
-    emit controllerOf(user)->acqMeasFinished();
+    withController(user, [](DevCtrlMpx* c) { emit c->acqMeasFinished(); });
 }
 
 void DevCtrlMpx::onAcqFinishWrapper(long data, long user)
 {
-    controllerOf(user)->onAcqFinish(data);
+    withController(user, [data](DevCtrlMpx* c) { c->onAcqFinish(data); });
 }
 
 void DevCtrlMpx::onAcqRepeatFinishWrapper(long data, long user)
 {
-    controllerOf(user)->onAcqRepeatFinish(data);
+    withController(user, [data](DevCtrlMpx* c) { c->onAcqRepeatFinish(data); });
 }
 
 void DevCtrlMpx::onAcqRepeatStartWrapper(long data, long user)
 {
-    controllerOf(user)->onAcqRepeatStart(data);
+    withController(user, [data](DevCtrlMpx* c) { c->onAcqRepeatStart(data); });
 }
 
 void DevCtrlMpx::onNewDataWrapper(long data, long user)
 {
-    emit controllerOf(user)->sigNewData(static_cast<int>(data));
+    withController(user, [data](DevCtrlMpx* c) { emit c->sigNewData(static_cast<int>(data)); });
 }
 
 void DevCtrlMpx::onDacsChangedWrapper(long, long user)
 {
-    emit controllerOf(user)->sigDacsChanged();
+    withController(user, [](DevCtrlMpx* c) { emit c->sigDacsChanged(); });
 }
 
 void DevCtrlMpx::onDeviceStatusChangedWrapper(long, long user)
 {
-    DevCtrlMpx* ctrl = controllerOf(user);
-    const QString text = ctrl->deviceStatusText();
-    const int status = ctrl->deviceStatus();
-    emit ctrl->sigDeviceStatusChanged(status, text);
+    withController(user, [](DevCtrlMpx* c) {
+        const QString text = c->deviceStatusText();
+        const int status = c->deviceStatus();
+        emit c->sigDeviceStatusChanged(status, text);
+    });
 }
 
 void DevCtrlMpx::onFiltersChangedWrapper(long, long user)
 {
-    emit controllerOf(user)->sigFiltersChanged();
+    withController(user, [](DevCtrlMpx* c) { emit c->sigFiltersChanged(); });
 }
 
 void DevCtrlMpx::onDeviceStgChangedWrapper(long, long user)
 {
-    DevCtrlMpx* ctrl = controllerOf(user);
-    ctrl->onDevStgChanged();
-    emit ctrl->sigDeviceStgChanged();
+    withController(user, [](DevCtrlMpx* c) {
+        c->onDevStgChanged();
+        emit c->sigDeviceStgChanged();
+    });
 }
 
 void DevCtrlMpx::onBiasChangedWrapper(long, long user)
 {
-    emit controllerOf(user)->sigBiasChanged();
+    withController(user, [](DevCtrlMpx* c) { emit c->sigBiasChanged(); });
 }
 
 void DevCtrlMpx::onDevLockChangedWrapper(long, long user)
 {
-    DevCtrlMpx* ctrl = controllerOf(user);
-    ctrl->deviceLocked = ctrl->m_dev->isLocked();
-    emit ctrl->sigDevLockChanged();
+    withController(user, [](DevCtrlMpx* c) {
+        c->deviceLocked = c->m_dev->isLocked();
+        emit c->sigDevLockChanged();
+    });
 }
 
 QString DevCtrlMpx::onFrameTooltipWrapper(unsigned x, unsigned y, double value, void* user)

@@ -27,6 +27,7 @@ class QTabBar;
 
 namespace PluginDevControl {
 
+class CallbackRelay;
 class PnlHistogram;
 class PnlImageInfo;
 class PnlImageProps;
@@ -261,6 +262,13 @@ public slots:
     void onRangeChanged(double min, double max);
 
 protected:
+    // Device events are registered with this relay as their user data: the host cannot
+    // forget them, so the controller's destructors cut the relay first.
+    CallbackRelay* const eventRelay;
+    // From now on device events reach nothing; returns once none is running. Called by
+    // the destructor of every controller class, the most derived first.
+    void detachDeviceEvents();
+
     // The steps of run() shared by the Timepix, Medipix3 and Timepix2 families:
     // fill the records, make the blocking device call, report the result.
     void runAdvancedAcquisition();

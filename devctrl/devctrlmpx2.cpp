@@ -1,5 +1,7 @@
 #include "devctrlmpx2.h"
 
+#include "callbackrelay.h"
+
 #include <QFileInfo>
 #include <QTabBar>
 
@@ -24,13 +26,17 @@ DevCtrlMpx2::DevCtrlMpx2(ov::IOrvel* orvel, ov::IDevMpx2* dev, QMpxFrame* frame,
 {
     fixedTabs = true;
     if (mpx2)
-        mpx2->registerEvent("TpxClockChanged", onTpxClockChangedWrapper, this);
+        mpx2->registerEvent("TpxClockChanged", onTpxClockChangedWrapper, eventRelay);
     addFixedTabs();
     if (mpx2)
         getThresholdCalibrated();
 }
 
-DevCtrlMpx2::~DevCtrlMpx2() = default;
+// Events must not reach the Timepix part once it is being taken down.
+DevCtrlMpx2::~DevCtrlMpx2()
+{
+    detachDeviceEvents();
+}
 
 void DevCtrlMpx2::addFixedTabs()
 {
@@ -48,7 +54,8 @@ void DevCtrlMpx2::addFixedTabs()
 
 void DevCtrlMpx2::onTpxClockChangedWrapper(long, long user)
 {
-    emit reinterpret_cast<DevCtrlMpx2*>(user)->sigTpxClockChanged();
+    CallbackRelay::fromUserData(user)->with<DevCtrlMpx>(
+        [](DevCtrlMpx* c) { emit static_cast<DevCtrlMpx2*>(c)->sigTpxClockChanged(); });
 }
 
 // ---------------------------------------------------------------------------------
