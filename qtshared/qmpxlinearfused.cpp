@@ -42,22 +42,42 @@ __attribute__((always_inline)) inline std::uint32_t fusedPixel(
 // Constants of the AVX-512 pass in registers.
 struct Avx512Consts
 {
-    __m512d min, max, reciprocal, one, limit;
+    __m512d min, max, reciprocal, half, one, limit, topPos, zero, nearLow, nearHigh;
     __m256i oneI, overI, underI, nanI;
 };
 
-// Colour list positions of eight values; lanes outside `lanes` read nothing.
-__attribute__((target(MPXFUSED_AVX512), always_inline)) inline __m256i positionsAvx512(
-    const double* p, __mmask8 lanes, const Avx512Consts& k, const double* thresholds, __mmask8& nan)
+// Entries of eight values by the thresholds (see prepareFast): exact for values
+// inside the range.
+__attribute__((target(MPXFUSED_AVX512), always_inline)) inline __m256i entriesByThresholds(
+    __m512d v, const Avx512Consts& k, const double* thresholds)
 {
-    const __m512d v = _mm512_maskz_loadu_pd(lanes, p);
     __m512d u = _mm512_fmadd_pd(_mm512_sub_pd(v, k.min), k.reciprocal, k.one);
     u = _mm512_max_pd(u, k.one); // the second operand for NaN
     u = _mm512_min_pd(u, k.limit);
     const __m256i r = _mm512_cvttpd_epi32(u);
     const __m512d threshold = _mm512_i32gather_pd(r, thresholds, 8);
     const __mmask8 reached = _mm512_cmp_pd_mask(v, threshold, _CMP_GE_OQ);
-    __m256i e = _mm256_mask_sub_epi32(r, static_cast<__mmask8>(~reached), r, k.oneI);
+    return _mm256_mask_sub_epi32(r, static_cast<__mmask8>(~reached), r, k.oneI);
+}
+
+// Colour list positions of eight values; lanes outside `lanes` read nothing.
+// The rule's quotient plus 1/2 is computed with the reciprocal; it differs from
+// the rule's by far less than nearLow, so unless it lies that close to a whole
+// number its truncation is the rule's entry. Only then are the thresholds read.
+__attribute__((target(MPXFUSED_AVX512), always_inline)) inline __m256i positionsAvx512(
+    const double* p, __mmask8 lanes, const Avx512Consts& k, const double* thresholds, __mmask8& nan)
+{
+    const __m512d v = _mm512_maskz_loadu_pd(lanes, p);
+    const __m512d t = _mm512_fmadd_pd(_mm512_sub_pd(v, k.min), k.reciprocal, k.half);
+    const __m512d fraction
+        = _mm512_sub_pd(t, _mm512_roundscale_pd(t, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+    const __mmask8 inRange
+        = _mm512_cmp_pd_mask(v, k.min, _CMP_GE_OQ) & _mm512_cmp_pd_mask(v, k.max, _CMP_LE_OQ);
+    const __mmask8 near = _mm512_mask_cmp_pd_mask(inRange, fraction, k.nearLow, _CMP_LT_OQ)
+        | _mm512_mask_cmp_pd_mask(inRange, fraction, k.nearHigh, _CMP_GT_OQ);
+    __m256i e = _mm512_cvttpd_epi32(_mm512_min_pd(_mm512_max_pd(t, k.zero), k.topPos));
+    if (near)
+        e = entriesByThresholds(v, k, thresholds);
     e = _mm256_mask_mov_epi32(e, _mm512_cmp_pd_mask(v, k.max, _CMP_GT_OQ), k.overI);
     e = _mm256_mask_mov_epi32(e, _mm512_cmp_pd_mask(v, k.min, _CMP_LT_OQ), k.underI);
     nan = _mm512_cmp_pd_mask(v, v, _CMP_UNORD_Q);
@@ -73,8 +93,13 @@ __attribute__((target(MPXFUSED_AVX512))) void fusedAvx512(const double* in,
     k.min = _mm512_set1_pd(c.min);
     k.max = _mm512_set1_pd(c.max);
     k.reciprocal = _mm512_set1_pd(c.reciprocal);
+    k.half = _mm512_set1_pd(0.5);
     k.one = _mm512_set1_pd(1.0);
     k.limit = _mm512_set1_pd(c.limitPos);
+    k.topPos = _mm512_set1_pd(c.limitPos - 1.0);
+    k.zero = _mm512_setzero_pd();
+    k.nearLow = _mm512_set1_pd(c.nearWhole);
+    k.nearHigh = _mm512_set1_pd(1.0 - c.nearWhole);
     k.oneI = _mm256_set1_epi32(1);
     k.overI = _mm256_set1_epi32(c.overIndex);
     k.underI = _mm256_set1_epi32(c.underIndex);
@@ -109,22 +134,41 @@ __attribute__((target(MPXFUSED_AVX512))) void fusedAvx512(const double* in,
 // Constants of the AVX2 pass in registers.
 struct Avx2Consts
 {
-    __m256d min, max, reciprocal, one, limit, over, under, nan;
+    __m256d min, max, reciprocal, half, one, limit, topPos, zero, nearLow, nearHigh, over, under,
+        nan;
 };
 
-// Colour list positions of four values, selected as doubles and converted once.
+// Entries of four values by the thresholds, as doubles; exact inside the range.
+__attribute__((target("avx2,fma"), always_inline)) inline __m256d entriesByThresholds(
+    __m256d v, const Avx2Consts& k, const double* thresholds)
+{
+    __m256d u = _mm256_fmadd_pd(_mm256_sub_pd(v, k.min), k.reciprocal, k.one);
+    u = _mm256_max_pd(u, k.one); // the second operand for NaN
+    u = _mm256_min_pd(u, k.limit);
+    const __m256d threshold = _mm256_i32gather_pd(thresholds, _mm256_cvttpd_epi32(u), 8);
+    const __m256d below = _mm256_cmp_pd(v, threshold, _CMP_NGE_UQ);
+    return _mm256_sub_pd(
+        _mm256_round_pd(u, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC), _mm256_and_pd(below, k.one));
+}
+
+// Colour list positions of four values, selected as doubles and converted once;
+// the thresholds are read only near a whole number, as in the AVX-512 pass.
 __attribute__((target("avx2,fma"), always_inline)) inline __m128i positionsAvx2(
     const double* p, const Avx2Consts& k, const double* thresholds)
 {
     const __m256d v = _mm256_loadu_pd(p);
-    __m256d u = _mm256_fmadd_pd(_mm256_sub_pd(v, k.min), k.reciprocal, k.one);
-    u = _mm256_max_pd(u, k.one); // the second operand for NaN
-    u = _mm256_min_pd(u, k.limit);
-    const __m128i r = _mm256_cvttpd_epi32(u);
-    const __m256d threshold = _mm256_i32gather_pd(thresholds, r, 8);
-    const __m256d below = _mm256_cmp_pd(v, threshold, _CMP_NGE_UQ);
-    __m256d e = _mm256_sub_pd(
-        _mm256_round_pd(u, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC), _mm256_and_pd(below, k.one));
+    const __m256d t = _mm256_fmadd_pd(_mm256_sub_pd(v, k.min), k.reciprocal, k.half);
+    const __m256d whole = _mm256_round_pd(t, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    const __m256d fraction = _mm256_sub_pd(t, whole);
+    const __m256d inRange
+        = _mm256_and_pd(_mm256_cmp_pd(v, k.min, _CMP_GE_OQ), _mm256_cmp_pd(v, k.max, _CMP_LE_OQ));
+    const __m256d near = _mm256_and_pd(inRange,
+        _mm256_or_pd(_mm256_cmp_pd(fraction, k.nearLow, _CMP_LT_OQ),
+            _mm256_cmp_pd(fraction, k.nearHigh, _CMP_GT_OQ)));
+    __m256d e = _mm256_round_pd(
+        _mm256_min_pd(_mm256_max_pd(t, k.zero), k.topPos), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    if (_mm256_movemask_pd(near))
+        e = entriesByThresholds(v, k, thresholds);
     e = _mm256_blendv_pd(e, k.over, _mm256_cmp_pd(v, k.max, _CMP_GT_OQ));
     e = _mm256_blendv_pd(e, k.under, _mm256_cmp_pd(v, k.min, _CMP_LT_OQ));
     e = _mm256_blendv_pd(e, k.nan, _mm256_cmp_pd(v, v, _CMP_UNORD_Q));
@@ -140,8 +184,13 @@ __attribute__((target("avx2,fma"))) void fusedAvx2(const double* in, const unsig
     k.min = _mm256_set1_pd(c.min);
     k.max = _mm256_set1_pd(c.max);
     k.reciprocal = _mm256_set1_pd(c.reciprocal);
+    k.half = _mm256_set1_pd(0.5);
     k.one = _mm256_set1_pd(1.0);
     k.limit = _mm256_set1_pd(c.limitPos);
+    k.topPos = _mm256_set1_pd(c.limitPos - 1.0);
+    k.zero = _mm256_setzero_pd();
+    k.nearLow = _mm256_set1_pd(c.nearWhole);
+    k.nearHigh = _mm256_set1_pd(1.0 - c.nearWhole);
     k.over = _mm256_set1_pd(c.overIndex);
     k.under = _mm256_set1_pd(c.underIndex);
     k.nan = _mm256_set1_pd(c.nanIndex);

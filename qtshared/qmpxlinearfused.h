@@ -17,7 +17,10 @@ struct FusedLinear
     double min = 0.0;
     double max = 0.0;
     double reciprocal = 0.0;
-    double limitPos = 0.0;                 // top + 1
+    double limitPos = 0.0; // top + 1
+    // A quotient plus 1/2 closer than this to a whole number is settled by the
+    // thresholds: far more than its distance from the rule's.
+    double nearWhole = 0.0;
     const double* thresholds = nullptr;    // top + 2 entries
     const std::uint32_t* colors = nullptr; // table, then over, under, NaN results
     std::int32_t overIndex = 0;

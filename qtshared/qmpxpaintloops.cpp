@@ -42,7 +42,7 @@ RowWalk rowWalk(int angle, unsigned int width, unsigned int height, unsigned int
 
 namespace {
 
-std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(1024) * 1024};
+std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(128) * 128};
 } // namespace
 
 std::size_t threadedPixels()
@@ -230,6 +230,7 @@ void prepareFast(LinearConsts& c, const Scale& s, const LinearLut& lut, int mask
     f.max = s.max;
     f.reciprocal = 1.0 / step;
     f.limitPos = c.limitPos;
+    f.nearWhole = (double(s.top) + 2.0) * 0x1p-44;
     f.thresholds = c.thresholds.data();
     f.colors = lut.colors.data();
     f.overIndex = static_cast<std::int32_t>(lut.overIndex);
