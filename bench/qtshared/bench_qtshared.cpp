@@ -5,6 +5,7 @@
 // --benchmark_repetitions, the medians).
 #include "../common/medianreporter.h"
 #include "colormap.h"
+#include "paintbands.h"
 #include "qmpximage.h"
 #include "qmpxpaintloops.h"
 
@@ -13,6 +14,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -23,7 +25,7 @@
 
 namespace {
 
-const int sizes[] = {256, 512, 2048};
+const int sizes[] = {128, 256, 512, 2048};
 std::map<int, double> baselinePixelsPerSecond;
 
 std::vector<double> frameValues(int n)
@@ -162,6 +164,20 @@ void BM_PaintFrame(benchmark::State& state, Loop loop)
     setCounters(state, n);
 }
 
+// What sharing a frame with the helper thread costs the caller: a job of two
+// bands that do nothing (wake-up of the helper and waiting for it to let go).
+void BM_HandOff(benchmark::State& state)
+{
+    std::atomic<unsigned int> rowsDone {0};
+    auto rows = [&rowsDone](unsigned int first, unsigned int end) {
+        rowsDone.fetch_add(end - first, std::memory_order_relaxed);
+    };
+    for (auto _ : state)
+        mpxpaint::runBands(2, 1, rows);
+    if (rowsDone.load() != 2 * state.iterations())
+        state.SkipWithError("rows lost");
+}
+
 template <typename T>
 void BM_SetData(benchmark::State& state)
 {
@@ -209,6 +225,9 @@ int main(int argc, char** argv)
     addSizes(benchmark::RegisterBenchmark("paintFrame/gamma", BM_PaintFrame, Gamma));
     addSizes(benchmark::RegisterBenchmark("paintFrame/raw", BM_PaintFrame, Raw));
     addSizes(benchmark::RegisterBenchmark("paintFrame/decode", BM_PaintFrame, Decode));
+    benchmark::RegisterBenchmark("handOff", BM_HandOff)
+        ->Unit(benchmark::kMicrosecond)
+        ->UseRealTime();
     addSizes(benchmark::RegisterBenchmark("setData/short", BM_SetData<short>));
     addSizes(benchmark::RegisterBenchmark("setData/uint32", BM_SetData<unsigned int>));
     addSizes(benchmark::RegisterBenchmark("setData/double", BM_SetData<double>));
