@@ -164,12 +164,17 @@ void BM_PaintFrame(benchmark::State& state, Loop loop)
     setCounters(state, n);
 }
 
-// What sharing a frame with the helper thread costs the caller: a job of two
-// bands that do nothing (wake-up of the helper and waiting for it to let go).
+// What sharing a frame with the helper thread costs: a job of two bands that each
+// keep a thread busy for the given microseconds. With bands of 0 the caller
+// usually takes both before the helper wakes (the cost of the wake-up call);
+// with longer bands the time above one band is the helper's delay in joining.
 void BM_HandOff(benchmark::State& state)
 {
+    const auto bandTime = std::chrono::microseconds(state.range(0));
     std::atomic<unsigned int> rowsDone {0};
-    auto rows = [&rowsDone](unsigned int first, unsigned int end) {
+    auto rows = [&rowsDone, bandTime](unsigned int first, unsigned int end) {
+        const auto until = std::chrono::steady_clock::now() + bandTime;
+        while (std::chrono::steady_clock::now() < until) { }
         rowsDone.fetch_add(end - first, std::memory_order_relaxed);
     };
     for (auto _ : state)
@@ -226,6 +231,9 @@ int main(int argc, char** argv)
     addSizes(benchmark::RegisterBenchmark("paintFrame/raw", BM_PaintFrame, Raw));
     addSizes(benchmark::RegisterBenchmark("paintFrame/decode", BM_PaintFrame, Decode));
     benchmark::RegisterBenchmark("handOff", BM_HandOff)
+        ->Arg(0)
+        ->Arg(20)
+        ->Arg(100)
         ->Unit(benchmark::kMicrosecond)
         ->UseRealTime();
     addSizes(benchmark::RegisterBenchmark("setData/short", BM_SetData<short>));
