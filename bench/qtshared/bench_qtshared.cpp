@@ -25,7 +25,7 @@
 
 namespace {
 
-const int sizes[] = {128, 256, 512, 2048};
+const int sizes[] = {128, 256, 512, 1024, 2048};
 std::map<int, double> baselinePixelsPerSecond;
 
 std::vector<double> frameValues(int n)
