@@ -42,7 +42,7 @@ RowWalk rowWalk(int angle, unsigned int width, unsigned int height, unsigned int
 
 namespace {
 
-std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(128) * 128};
+std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(1024) * 1024};
 } // namespace
 
 std::size_t threadedPixels()

@@ -129,6 +129,7 @@ void BM_Baseline(benchmark::State& state)
 enum Loop {
     Linear,
     LinearOneThread,
+    LinearTwoThreads,
     LinearMasked,
     LinearLog,
     Gamma,
@@ -155,6 +156,8 @@ void BM_PaintFrame(benchmark::State& state, Loop loop)
     const std::size_t threaded = mpxpaint::threadedPixels();
     if (loop == LinearOneThread)
         mpxpaint::setThreadedPixels(SIZE_MAX);
+    if (loop == LinearTwoThreads)
+        mpxpaint::setThreadedPixels(0);
     for (auto _ : state) {
         image.paintFrame(0.0, 1000.0, masked, true, true);
         benchmark::DoNotOptimize(image.getImage().constBits());
@@ -225,6 +228,8 @@ int main(int argc, char** argv)
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear", BM_PaintFrame, Linear));
     addSizes(
         benchmark::RegisterBenchmark("paintFrame/linear_1thread", BM_PaintFrame, LinearOneThread));
+    addSizes(benchmark::RegisterBenchmark(
+        "paintFrame/linear_2threads", BM_PaintFrame, LinearTwoThreads));
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear_masked", BM_PaintFrame, LinearMasked));
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear_log", BM_PaintFrame, LinearLog));
     addSizes(benchmark::RegisterBenchmark("paintFrame/gamma", BM_PaintFrame, Gamma));
