@@ -85,23 +85,49 @@ void baselineLoop(const double* in, std::uint32_t* out, std::size_t n)
     loop(in, out, n);
 }
 
-// Pixels per second of the baseline loop: median of several timed passes.
-double measureBaseline(int n)
+// Pixels per second of one call of pass() over n pixels: the median of single
+// timed passes, so that passes the system interrupts drop out.
+template <typename PassFn>
+double medianPassRate(std::size_t n, int passes, PassFn pass)
 {
-    const std::vector<double> in = frameValues(n);
-    std::vector<std::uint32_t> out(in.size());
     std::vector<double> rates;
-    for (int pass = 0; pass < 31; ++pass) {
+    for (int i = 0; i < passes; ++i) {
         const auto t0 = std::chrono::steady_clock::now();
-        baselineLoop(in.data(), out.data(), in.size());
-        benchmark::DoNotOptimize(out.data());
+        pass();
         benchmark::ClobberMemory();
         const double s
             = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-        rates.push_back(double(in.size()) / s);
+        rates.push_back(double(n) / s);
     }
     std::sort(rates.begin(), rates.end());
     return rates[rates.size() / 2];
+}
+
+double measureBaseline(int n, int passes = 31)
+{
+    const std::vector<double> in = frameValues(n);
+    std::vector<std::uint32_t> out(in.size());
+    return medianPassRate(in.size(), passes, [&] {
+        baselineLoop(in.data(), out.data(), in.size());
+        benchmark::DoNotOptimize(out.data());
+    });
+}
+
+// The same for paintFrame of the linear loop, with the helper thread from the
+// given number of pixels.
+double measureLinear(int n, int passes, std::size_t threadedFrom)
+{
+    const std::vector<double> in = frameValues(n);
+    QMpxImage image;
+    image.setFrameData(in.data(), unsigned(n), unsigned(n));
+    const std::size_t threaded = mpxpaint::threadedPixels();
+    mpxpaint::setThreadedPixels(threadedFrom);
+    const double rate = medianPassRate(in.size(), passes, [&] {
+        image.paintFrame(0.0, 1000.0, false, true, true);
+        benchmark::DoNotOptimize(image.getImage().constBits());
+    });
+    mpxpaint::setThreadedPixels(threaded);
+    return rate;
 }
 
 void setCounters(benchmark::State& state, int n)
@@ -270,6 +296,23 @@ int main(int argc, char** argv)
             const double base = baselineMpix.count(key) ? baselineMpix[key] : 0.0;
             std::fprintf(out, "%-40s %10.1f %12.2f\n", line.name.c_str(), mpixOf(line),
                 base > 0 ? mpixOf(line) / base : 0.0);
+        }
+    }
+    // Medians of single passes, which a loaded machine disturbs less than the
+    // averages over many passes above.
+    for (std::FILE* out : {stdout, file}) {
+        if (out)
+            std::fprintf(out, "\n%-40s %10s %10s %10s %8s %8s\n", "single passes (median of 201)",
+                "baseline", "1 thread", "2 threads", "ratio 1", "ratio 2");
+    }
+    for (int n : {512, 1024, 2048}) {
+        const double base = measureBaseline(n, 201);
+        const double one = measureLinear(n, 201, SIZE_MAX);
+        const double two = measureLinear(n, 201, 0);
+        for (std::FILE* out : {stdout, file}) {
+            if (out)
+                std::fprintf(out, "linear %-33d %10.1f %10.1f %10.1f %8.2f %8.2f\n", n, base / 1e6,
+                    one / 1e6, two / 1e6, one / base, two / base);
         }
     }
     if (file)
