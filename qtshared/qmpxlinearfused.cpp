@@ -116,8 +116,11 @@ __attribute__((target(MPXFUSED_AVX512))) void fusedAvx512(const double* in,
         __mmask8 nanLow, nanHigh;
         const __m256i low
             = positionsAvx512(in + i, static_cast<__mmask8>(lanes), k, thresholds, nanLow);
-        const __m256i high = positionsAvx512(
-            in + i + 8, static_cast<__mmask8>(lanes >> 8), k, thresholds, nanHigh);
+        // A last step of eight values or fewer loads nothing for its upper half, and
+        // its pointer stays inside the values.
+        const double* upper = left > 8 ? in + i + 8 : in + i;
+        const __m256i high
+            = positionsAvx512(upper, static_cast<__mmask8>(lanes >> 8), k, thresholds, nanHigh);
         const __m512i e = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
         __m512i color = _mm512_i32gather_epi32(e, colors, 4);
         if (mask) {
