@@ -40,7 +40,7 @@ enum class LoopLimit {
     Division // no fused pass: the rule's division, built for baseline x86-64
 };
 
-// The tests lower the limit to check every build on one machine.
+// The tests (and the benchmark) lower the limit to check every build on one machine.
 void setLoopLimit(LoopLimit limit);
 
 // Null when no fused pass applies (limit, or processor without AVX2 and FMA).

@@ -7,6 +7,7 @@
 #include "colormap.h"
 #include "paintbands.h"
 #include "qmpximage.h"
+#include "qmpxlinearfused.h"
 #include "qmpxpaintloops.h"
 
 #include <QApplication>
@@ -156,6 +157,7 @@ enum Loop {
     Linear,
     LinearOneThread,
     LinearTwoThreads,
+    LinearAvx2,
     LinearMasked,
     LinearLog,
     Gamma,
@@ -184,12 +186,15 @@ void BM_PaintFrame(benchmark::State& state, Loop loop)
         mpxpaint::setThreadedPixels(SIZE_MAX);
     if (loop == LinearTwoThreads)
         mpxpaint::setThreadedPixels(0);
+    if (loop == LinearAvx2)
+        mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Avx2);
     for (auto _ : state) {
         image.paintFrame(0.0, 1000.0, masked, true, true);
         benchmark::DoNotOptimize(image.getImage().constBits());
         benchmark::ClobberMemory();
     }
     mpxpaint::setThreadedPixels(threaded);
+    mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
     setCounters(state, n);
 }
 
@@ -256,6 +261,7 @@ int main(int argc, char** argv)
         benchmark::RegisterBenchmark("paintFrame/linear_1thread", BM_PaintFrame, LinearOneThread));
     addSizes(benchmark::RegisterBenchmark(
         "paintFrame/linear_2threads", BM_PaintFrame, LinearTwoThreads));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/linear_avx2", BM_PaintFrame, LinearAvx2));
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear_masked", BM_PaintFrame, LinearMasked));
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear_log", BM_PaintFrame, LinearLog));
     addSizes(benchmark::RegisterBenchmark("paintFrame/gamma", BM_PaintFrame, Gamma));
