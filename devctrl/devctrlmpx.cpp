@@ -1142,16 +1142,23 @@ void DevCtrlMpx::saveAcqData()
     }).detach();
 }
 
-void DevCtrlMpx::saveCurrentFrame()
+std::string DevCtrlMpx::askShownFramesFileName(ov::IFileType** type, unsigned* flags)
 {
     if (!currentFrame())
-        return;
+        return std::string();
+    const QString name = getSaveFileName(type, flags, true);
+    if (name.isEmpty() || !*type)
+        return std::string();
+    return name.toStdString();
+}
+
+void DevCtrlMpx::saveCurrentFrame()
+{
     ov::IFileType* type = nullptr;
     unsigned flags = 0;
-    const QString name = getSaveFileName(&type, &flags, true);
-    if (name.isEmpty() || !type)
+    const std::string path = askShownFramesFileName(&type, &flags);
+    if (path.empty())
         return;
-    const std::string path = name.toStdString();
     const int subFrames = currentFrame()->subFrameCount();
     if (subFrames == 0) {
         ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
@@ -1179,14 +1186,11 @@ void DevCtrlMpx::saveEachSubFrame(int count, ov::IFileType* type, unsigned flags
 
 void DevCtrlMpx::saveAllFrames()
 {
-    if (!currentFrame())
-        return;
     ov::IFileType* type = nullptr;
     unsigned flags = 0;
-    const QString name = getSaveFileName(&type, &flags, true);
-    if (name.isEmpty() || !type)
+    const std::string path = askShownFramesFileName(&type, &flags);
+    if (path.empty())
         return;
-    const std::string path = name.toStdString();
     const int count = acqFrameCount();
     QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Saving files..."), count, 1);
     for (int index = 0; index < count; ++index) {

@@ -353,6 +353,9 @@ protected:
     double m_frameMaxRange = 1.0;
 
 private:
+    // The file name for saving frames as shown, with its type and flags; empty with no
+    // frame on show or when the user cancels.
+    std::string askShownFramesFileName(ov::IFileType** type, unsigned* flags);
     // Saves each of count sub-frames of the frame on show, selecting each in turn (the
     // last stays selected), under the name fileFor makes of "_" + the sub-frame's name.
     void saveEachSubFrame(int count, ov::IFileType* type, unsigned flags,
