@@ -31,7 +31,7 @@ CallbackRelay* CallbackRelay::create(void* target)
 
 void CallbackRelay::detach()
 {
-    std::lock_guard<std::mutex> lock(mutex);
+    std::lock_guard<std::recursive_mutex> lock(mutex);
     target = nullptr;
 }
 

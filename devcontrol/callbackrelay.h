@@ -21,7 +21,7 @@ public:
     template <typename T, typename Fn>
     void with(Fn fn)
     {
-        std::lock_guard<std::mutex> lock(mutex);
+        std::lock_guard<std::recursive_mutex> lock(mutex);
         if (target)
             fn(static_cast<T*>(target));
     }
@@ -32,7 +32,9 @@ public:
 private:
     explicit CallbackRelay(void* t) : target(t) { }
 
-    std::mutex mutex;
+    // Recursive: a call may raise another event of the same target on the same thread
+    // (a DAC write between frames raises "DacsChanged" inside "AcqFinished").
+    std::recursive_mutex mutex;
     void* target;
 };
 

@@ -1,13 +1,19 @@
 #include "devctrlmpx.h"
 
+#include "callbackrelay.h"
+
 #include "vectorstate.h"
 
 #include "pnlimageprops.h"
 
+#include <outputfilename.h>
 #include <qmpxframe.h>
+#include <qmyfiledialog.h>
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QInputDialog>
+#include <QMap>
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QStringList>
@@ -20,13 +26,22 @@
 
 namespace PluginDevControl {
 
+namespace {
+// The host's result of a measurement ended by abortOperation.
+constexpr int kAcqAborted = -1007;
+} // namespace
+
 std::atomic<int> DevCtrlMpx::detachedThreads {0};
 
 namespace {
 
-DevCtrlMpx* controllerOf(long user)
+// Runs fn with the controller behind a device event's user data, unless the controller
+// has gone: the host cannot forget a registered callback, and an event may still be on
+// its way when the page closes.
+template <typename Fn>
+void withController(long user, Fn fn)
 {
-    return reinterpret_cast<DevCtrlMpx*>(user);
+    CallbackRelay::fromUserData(user)->with<DevCtrlMpx>(fn);
 }
 
 // Copies the pixels of frame into a buffer of T and hands them to the widget.
@@ -46,15 +61,21 @@ bool drawPixels(QMpxFrame* widget, ov::IMpxFrame* frame, int dataType)
 
 } // namespace
 
+void DevCtrlMpx::detachDeviceEvents()
+{
+    eventRelay->detach();
+}
+
 DevCtrlMpx::DevCtrlMpx(ov::IOrvel* orvel, ov::IDevMpx* dev, QMpxFrame* frame, QTabBar* tabs)
-    : m_orvel(orvel),
+    : eventRelay(CallbackRelay::create(this)),
+      m_orvel(orvel),
       m_dev(dev),
       mpxFrame(frame),
       frameTabs(tabs),
       m_tpParams(defaultTpParams(dev ? dev->deviceType() : 0))
 {
     if (m_dev) {
-        void* self = this;
+        void* self = eventRelay;
         m_dev->registerEvent("PixCfgChanged", onPixCfgChangedWrapper, self);
         m_dev->registerEvent("AcqMeasStarted", onAcqMeasStartedWrapper, self);
         m_dev->registerEvent("AcqMeasFinished", onAcqMeasFinishedWrapper, self);
@@ -89,10 +110,13 @@ DevCtrlMpx::DevCtrlMpx(ov::IOrvel* orvel, ov::IDevMpx* dev, QMpxFrame* frame, QT
 
 DevCtrlMpx::~DevCtrlMpx()
 {
+    detachDeviceEvents();
     if (mpxFrame && mpxFrame->image->tooltipUser == this) {
         mpxFrame->image->tooltipFunc = nullptr;
         mpxFrame->image->tooltipUser = nullptr;
     }
+    // A progress dialog whose closing was still on its way.
+    delete progressDialog;
     std::lock_guard<std::recursive_mutex> lock(mutex);
     currentFrameRef.dec();
     pixCfgFrame.dec();
@@ -237,8 +261,12 @@ void DevCtrlMpx::runAdvancedAcquisition()
     m_curAcq = 0;
     m_curRepeat = 0;
 
-    const int result = m_dev->doAdvancedAcquisition(
-        &desc, m_acqParams.repeatEnabled ? &repeatStore : nullptr, tpBlock);
+    // A Stop pressed after Start but before the device began found nothing to abort:
+    // the measurement ends here, as aborted, instead of running unasked.
+    const int result = stopRequested.load()
+        ? kAcqAborted
+        : m_dev->doAdvancedAcquisition(
+            &desc, m_acqParams.repeatEnabled ? &repeatStore : nullptr, tpBlock);
 
     activeRepeat.store(nullptr, std::memory_order_release);
     activeRepeatCount = 0;
@@ -261,74 +289,77 @@ void DevCtrlMpx::setAcqRepeatEnabled(bool enabled)
 
 void DevCtrlMpx::onPixCfgChangedWrapper(long, long user)
 {
-    controllerOf(user)->onPixCfgChanged();
+    withController(user, [](DevCtrlMpx* c) { c->onPixCfgChanged(); });
 }
 
 void DevCtrlMpx::onAcqMeasStartedWrapper(long, long user)
 {
-    emit controllerOf(user)->acqMeasStarted();
+    withController(user, [](DevCtrlMpx* c) { emit c->acqMeasStarted(); });
 }
 
 void DevCtrlMpx::onAcqMeasFinishedWrapper(long, long user)
 {
-    emit controllerOf(user)->acqMeasFinished();
+    withController(user, [](DevCtrlMpx* c) { emit c->acqMeasFinished(); });
 }
 
 void DevCtrlMpx::onAcqFinishWrapper(long data, long user)
 {
-    controllerOf(user)->onAcqFinish(data);
+    withController(user, [data](DevCtrlMpx* c) { c->onAcqFinish(data); });
 }
 
 void DevCtrlMpx::onAcqRepeatFinishWrapper(long data, long user)
 {
-    controllerOf(user)->onAcqRepeatFinish(data);
+    withController(user, [data](DevCtrlMpx* c) { c->onAcqRepeatFinish(data); });
 }
 
 void DevCtrlMpx::onAcqRepeatStartWrapper(long data, long user)
 {
-    controllerOf(user)->onAcqRepeatStart(data);
+    withController(user, [data](DevCtrlMpx* c) { c->onAcqRepeatStart(data); });
 }
 
 void DevCtrlMpx::onNewDataWrapper(long data, long user)
 {
-    emit controllerOf(user)->sigNewData(static_cast<int>(data));
+    withController(user, [data](DevCtrlMpx* c) { emit c->sigNewData(static_cast<int>(data)); });
 }
 
 void DevCtrlMpx::onDacsChangedWrapper(long, long user)
 {
-    emit controllerOf(user)->sigDacsChanged();
+    withController(user, [](DevCtrlMpx* c) { emit c->sigDacsChanged(); });
 }
 
 void DevCtrlMpx::onDeviceStatusChangedWrapper(long, long user)
 {
-    DevCtrlMpx* ctrl = controllerOf(user);
-    const QString text = ctrl->deviceStatusText();
-    const int status = ctrl->deviceStatus();
-    emit ctrl->sigDeviceStatusChanged(status, text);
+    withController(user, [](DevCtrlMpx* c) {
+        const QString text = c->deviceStatusText();
+        const int status = c->deviceStatus();
+        emit c->sigDeviceStatusChanged(status, text);
+    });
 }
 
 void DevCtrlMpx::onFiltersChangedWrapper(long, long user)
 {
-    emit controllerOf(user)->sigFiltersChanged();
+    withController(user, [](DevCtrlMpx* c) { emit c->sigFiltersChanged(); });
 }
 
 void DevCtrlMpx::onDeviceStgChangedWrapper(long, long user)
 {
-    DevCtrlMpx* ctrl = controllerOf(user);
-    ctrl->onDevStgChanged();
-    emit ctrl->sigDeviceStgChanged();
+    withController(user, [](DevCtrlMpx* c) {
+        c->onDevStgChanged();
+        emit c->sigDeviceStgChanged();
+    });
 }
 
 void DevCtrlMpx::onBiasChangedWrapper(long, long user)
 {
-    emit controllerOf(user)->sigBiasChanged();
+    withController(user, [](DevCtrlMpx* c) { emit c->sigBiasChanged(); });
 }
 
 void DevCtrlMpx::onDevLockChangedWrapper(long, long user)
 {
-    DevCtrlMpx* ctrl = controllerOf(user);
-    ctrl->deviceLocked = ctrl->m_dev->isLocked();
-    emit ctrl->sigDevLockChanged();
+    withController(user, [](DevCtrlMpx* c) {
+        c->deviceLocked = c->m_dev->isLocked();
+        emit c->sigDevLockChanged();
+    });
 }
 
 QString DevCtrlMpx::onFrameTooltipWrapper(unsigned x, unsigned y, double value, void* user)
@@ -400,8 +431,6 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
     onAcqDataChanged();
 }
 
-void DevCtrlMpx::setAcqFinishedDacValues() { }
-
 void DevCtrlMpx::onDevStgChanged() { }
 
 void DevCtrlMpx::onNewData(int index)
@@ -457,16 +486,34 @@ int DevCtrlMpx::acqFrameCount() const
     return m_dev->acqFrameCount();
 }
 
-// Loaded files take the place of the device's store once loading exists; until then
-// every index goes to the device.
+// With files loaded, every entry is read again from disk. The frame is asked of the
+// loaded data by the whole index, not by the position inside the file.
 ov::IMpxFrame* DevCtrlMpx::frame(unsigned long index) const
 {
-    return m_dev->acqFrameRefInc(static_cast<unsigned>(index));
+    if (loadedFiles.empty())
+        return m_dev->acqFrameRefInc(static_cast<unsigned>(index));
+    if (index >= loadedFiles.size())
+        return nullptr;
+    ov::RefData<ov::IData> data = loadDataFromFile(loadedFiles[index]);
+    if (!data)
+        return nullptr;
+    ov::IMpxFrame* result = data->frameAt(static_cast<unsigned>(index));
+    if (result)
+        result->incRef();
+    return result;
 }
 
 ov::IData* DevCtrlMpx::acqData(unsigned long index) const
 {
-    return m_dev->acqDataRefInc(static_cast<unsigned>(index));
+    if (loadedFiles.empty())
+        return m_dev->acqDataRefInc(static_cast<unsigned>(index));
+    if (index >= loadedFiles.size())
+        return nullptr;
+    ov::RefData<ov::IData> data = loadDataFromFile(loadedFiles[index]);
+    ov::IData* result = data.get();
+    if (result)
+        result->incRef();
+    return result;
 }
 
 ov::IMpxFrame* DevCtrlMpx::lastFrame() const
@@ -548,7 +595,11 @@ void DevCtrlMpx::showPixCfgFrame(PixCfgType type)
     }
     if (rc != 0)
         return;
+    showPixCfgBits(bits);
+}
 
+void DevCtrlMpx::showPixCfgBits(const ov::DataBuff<unsigned char>& bits)
+{
     ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
     if (!dataMgr)
         return;
@@ -934,6 +985,406 @@ int DevCtrlMpx::doDigitalTest(bool, unsigned* a, unsigned* b)
         result->decRef();
     }
     return rc;
+}
+
+// ---------------------------------------------------------------------------------
+// Saving and loading
+
+namespace {
+
+// The picture type: drawn here from the display, never by the host.
+constexpr int PictureFileType = 10;
+constexpr int MultiFrameFileType = 4;
+
+// Draws frame into an off-screen frame widget with the settings of shown and writes
+// it as a picture of twice the frame's size in each direction.
+template <typename T>
+bool feedPixels(QMpxFrame& target, ov::IMpxFrame* frame)
+{
+    ov::RefDataBuff<T> pixels;
+    if (frame->dataRef(&pixels) != 0 || !pixels.data())
+        return false;
+    if (pixels.size() < static_cast<unsigned long>(frame->width()) * frame->height())
+        return false;
+    target.setData<T>(pixels.data(), frame->width(), frame->height());
+    return true;
+}
+
+ColorMap* copyColorMap(ColorMap* source)
+{
+    if (!source || source->count == 0 || !source->colors)
+        return nullptr;
+    auto* colors = new unsigned int[source->count];
+    std::memcpy(colors, source->colors, source->count * sizeof(unsigned int));
+    auto* map = new ColorMap(colors, source->count);
+    map->underRangeColor = source->underRangeColor;
+    map->overRangeColor = source->overRangeColor;
+    map->specialColor = source->specialColor;
+    map->decodesColors = source->decodesColors;
+    map->defaultColorMap = source->defaultColorMap;
+    return map;
+}
+
+// One progress dialog for the frame-saving and loading loops.
+QProgressDialog* makeProgressDialog(const QString& label, int maximum, int minimumDuration)
+{
+    auto* dialog = new QProgressDialog(label, QStringLiteral("Abort"), 0, maximum);
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->setModal(true);
+    dialog->setMinimumDuration(minimumDuration);
+    dialog->setAutoClose(false);
+    dialog->setAutoReset(false);
+    return dialog;
+}
+
+} // namespace
+
+QString DevCtrlMpx::getSaveFileName(ov::IFileType** type, unsigned* flags, bool framesOnly)
+{
+    if (flags)
+        *flags = 0;
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    std::vector<ov::IFileType*> types;
+    if (dataMgr)
+        types = dataMgr->deviceSupportedFileTypes(m_dev);
+
+    ov::DevInfo info;
+    std::memset(&info, 0, sizeof(info));
+    m_dev->deviceInfo(&info);
+    if (info.kind == 4) {
+        for (auto it = types.begin(); it != types.end(); ++it) {
+            if (*it && std::strcmp((*it)->extension(), "t3r") == 0) {
+                types.erase(it);
+                break;
+            }
+        }
+    }
+
+    QStringList filters;
+    QMap<QString, ov::IFileType*> byFilter;
+    for (ov::IFileType* t : types) {
+        if (!t || (framesOnly && !t->canSaveFrames(1)))
+            continue;
+        const QString text = QString::fromUtf8(t->description()) + QStringLiteral(" (*.")
+            + QString::fromUtf8(t->extension()) + QStringLiteral(")");
+        filters.append(text);
+        byFilter.insert(text, t);
+    }
+
+    QString selected;
+    const QString name = QMyFileDialog::getSaveFileName(nullptr, QStringLiteral("Save Frames"),
+        QStringLiteral("::devctrl/savefile"), filters.join(QStringLiteral(";;")), &selected);
+    if (byFilter.isEmpty())
+        return QString();
+    auto found = byFilter.constFind(selected);
+    if (found == byFilter.constEnd())
+        return QString();
+    if (type)
+        *type = found.value();
+    if (found.value()->typeCode() == MultiFrameFileType && flags)
+        *flags = getMultiFrameTypeFlags();
+    return name;
+}
+
+unsigned DevCtrlMpx::getMultiFrameTypeFlags()
+{
+    const QStringList items {QStringLiteral("ASCII Sparse"), QStringLiteral("ASCII Matrix"),
+        QStringLiteral("Binary Sparse"), QStringLiteral("Binary Matrix")};
+    bool ok = false;
+    const QString item = QInputDialog::getItem(nullptr, QStringLiteral("Multiframe type"),
+        QStringLiteral("Please select the type of multi frame file"), items, 0, false, &ok);
+    if (!ok)
+        return 4;
+    if (item == items[1])
+        return 0;
+    if (item == items[2])
+        return 6;
+    if (item == items[3])
+        return 2;
+    return 4;
+}
+
+void DevCtrlMpx::saveAcqData()
+{
+    ov::IFileType* type = nullptr;
+    unsigned flags = 0;
+    const QString name = getSaveFileName(&type, &flags, false);
+    if (name.isEmpty() || !type)
+        return;
+    const std::string path = name.toStdString();
+    if (type->canSaveFrames(1)) {
+        saveFrames(path.c_str(), type, flags);
+        return;
+    }
+
+    // A data object that is not a frame set is written whole, off the GUI thread.
+    delete progressDialog;
+    progressDialog = new QProgressDialog(QStringLiteral("Saving data..."), QString(), 0, 1);
+    progressDialog->setWindowModality(Qt::ApplicationModal);
+    progressDialog->setMinimumDuration(0);
+    progressDialog->setCancelButton(nullptr);
+    progressDialog->show();
+
+    ov::IDevMpx* device = m_dev;
+    ++detachedThreads;
+    std::thread([this, device, path, type] {
+        ov::RefData<ov::IData> data(device->lastAcqDataRefInc(0), false);
+        if (data) {
+            const int kind = data->dataKind();
+            if (type->canSaveFrames(kind)) {
+                ov::FilePath file(path.c_str());
+                data->saveToFile(&file, type->typeCode(), kind == ov::DataFrameSet ? 1 : 0);
+            }
+        }
+        emit sigProgressDialogFinished(0, QString());
+        data.dec();
+        --detachedThreads;
+    }).detach();
+}
+
+std::string DevCtrlMpx::askShownFramesFileName(ov::IFileType** type, unsigned* flags)
+{
+    if (!currentFrame())
+        return std::string();
+    const QString name = getSaveFileName(type, flags, true);
+    if (name.isEmpty() || !*type)
+        return std::string();
+    return name.toStdString();
+}
+
+void DevCtrlMpx::saveCurrentFrame()
+{
+    ov::IFileType* type = nullptr;
+    unsigned flags = 0;
+    const std::string path = askShownFramesFileName(&type, &flags);
+    if (path.empty())
+        return;
+    const int subFrames = currentFrame()->subFrameCount();
+    if (subFrames == 0) {
+        ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+        if (f)
+            saveFrame(f.get(), path.c_str(), type, flags, true);
+        return;
+    }
+    saveEachSubFrame(subFrames, type, flags,
+        [&path](const std::string& suffix) { return getFileNameWithSuffix(path, suffix.c_str()); });
+}
+
+void DevCtrlMpx::saveEachSubFrame(int count, ov::IFileType* type, unsigned flags,
+    const std::function<std::string(const std::string&)>& fileFor)
+{
+    for (int i = 0; i < count; ++i) {
+        currentSubFrame = i;
+        updateCurrentFrame();
+        ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+        if (!f)
+            continue;
+        const std::string file = fileFor("_" + f->frameName());
+        saveFrame(f.get(), file.c_str(), type, flags, true);
+    }
+}
+
+void DevCtrlMpx::saveAllFrames()
+{
+    ov::IFileType* type = nullptr;
+    unsigned flags = 0;
+    const std::string path = askShownFramesFileName(&type, &flags);
+    if (path.empty())
+        return;
+    const int count = acqFrameCount();
+    QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Saving files..."), count, 1);
+    for (int index = 0; index < count; ++index) {
+        dialog->setValue(index);
+        if (dialog->wasCanceled())
+            break;
+        QCoreApplication::processEvents();
+        // What is saved is what is shown, so every frame is drawn in turn.
+        showAcqFrame(static_cast<unsigned long>(index));
+        ov::RefData<ov::IMpxFrame> current = currentFrame();
+        const int subFrames = current ? current->subFrameCount() : 0;
+        if (subFrames == 0) {
+            ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+            if (f) {
+                const std::string file = getFileNameIdx(path, index, 4, "_", "");
+                saveFrame(f.get(), file.c_str(), type, flags, true);
+            }
+            continue;
+        }
+        saveEachSubFrame(subFrames, type, flags, [&path, index](const std::string& suffix) {
+            return getFileNameIdx(path, index, 4, "_", suffix.c_str());
+        });
+    }
+    dialog->setValue(count);
+    dialog->close();
+    delete dialog;
+}
+
+void DevCtrlMpx::saveFrames(const char* name, ov::IFileType* type, unsigned flags)
+{
+    if (!name || !type)
+        return;
+    const int count = acqFrameCount();
+    QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Saving files..."), count, 1);
+    const bool multi = type->isMultiFrame();
+    const int digits = count > 0 ? static_cast<int>(std::log10(count) + 1.0) : 1;
+    for (int index = 0; index < acqFrameCount(); ++index) {
+        dialog->setValue(index);
+        if (dialog->wasCanceled())
+            break;
+        QCoreApplication::processEvents();
+        const std::string file = (count == 1 || multi)
+            ? std::string(name)
+            : getFileNameIdx(name, index, digits, "", "");
+        ov::RefData<ov::IMpxFrame> f(frame(static_cast<unsigned long>(index)), false);
+        if (f)
+            saveFrame(f.get(), file.c_str(), type, flags, true);
+    }
+    dialog->setValue(count);
+    dialog->close();
+    delete dialog;
+}
+
+void DevCtrlMpx::saveFrame(
+    ov::IMpxFrame* frame, const char* name, ov::IFileType* type, unsigned flags, bool useDisplay)
+{
+    if (!frame || !name || !type)
+        return;
+    if (type->typeCode() != PictureFileType) {
+        ov::FilePath path(name);
+        frame->saveToFile(&path, type, flags);
+        return;
+    }
+
+    double min = 0.0;
+    double max = 0.0;
+    if (useDisplay && mpxFrame) {
+        min = mpxFrame->image->rangeMin;
+        max = mpxFrame->image->rangeMax;
+    } else {
+        min = frame->minValue(nullptr);
+        max = frame->maxValue(nullptr);
+    }
+
+    QMpxFrame picture;
+    if (mpxFrame) {
+        picture.image->showGrid = mpxFrame->image->showGrid;
+        picture.image->showMasked = mpxFrame->image->showMasked;
+        picture.image->showRelative = mpxFrame->image->showRelative;
+        picture.setRotation(mpxFrame->getRotation());
+        picture.setMirrored(mpxFrame->isMirrored());
+    }
+    bool fed = false;
+    switch (frame->dataType()) {
+    case ov::FrameInt16:
+        fed = feedPixels<short>(picture, frame);
+        break;
+    case ov::FrameUInt32:
+        fed = feedPixels<unsigned>(picture, frame);
+        break;
+    case ov::FrameUInt64:
+        fed = feedPixels<unsigned long>(picture, frame);
+        break;
+    case ov::FrameDouble:
+        fed = feedPixels<double>(picture, frame);
+        break;
+    default:
+        break;
+    }
+    if (!fed)
+        return;
+    const unsigned width = frame->width();
+    const unsigned height = frame->height();
+    picture.getAxisX().setRange(0, width - 1.0);
+    picture.getAxisY().setRange(0, height - 1.0);
+    picture.setRange(min, max);
+    picture.image->showUnderRange = false;
+    picture.image->showOverRange = false;
+    if (mpxFrame) {
+        if (ColorMap* map = copyColorMap(mpxFrame->image->getColorMap()))
+            picture.setCustomColorMap(map);
+    }
+    picture.saveToFile(name, 2 * width, 2 * height, QMpxFrame::PictureSize, true, true, true);
+}
+
+int DevCtrlMpx::fileTypeFromFileName(const char* name)
+{
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return -1;
+    ov::FilePath path(name);
+    return dataMgr->fileTypeIdFromFileName(&path);
+}
+
+ov::IParamMgr* DevCtrlMpx::fileTypeParamsFromFileName(const char* name)
+{
+    if (!name || !*name)
+        return nullptr;
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return nullptr;
+    ov::FilePath path(name);
+    ov::IFileType* type = dataMgr->fileTypeFromFileName(&path);
+    return type ? type->params() : nullptr;
+}
+
+ov::RefData<ov::IData> DevCtrlMpx::loadDataFromFile(const FileInfo& info) const
+{
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return {};
+    ov::FilePath path(info.fileName.c_str());
+    // The host's result carries the caller's reference, which the holder takes over.
+    return ov::RefData<ov::IData>(dataMgr->loadData(&path, info.index), false);
+}
+
+void DevCtrlMpx::loadFiles(QList<QString>& files)
+{
+    clearLoadedData();
+    ov::IDataMgr* dataMgr = m_orvel ? m_orvel->dataMgr() : nullptr;
+    if (!dataMgr)
+        return;
+
+    std::vector<std::string> names;
+    names.reserve(static_cast<size_t>(files.size()));
+    int total = 0;
+    for (const QString& file : files) {
+        names.push_back(QDir::toNativeSeparators(file).toUtf8().toStdString());
+        ov::FilePath path(names.back().c_str());
+        const int count = dataMgr->dataCountInFile(&path);
+        if (count > 0)
+            total += count;
+    }
+
+    QProgressDialog* dialog = makeProgressDialog(QStringLiteral("Loading files..."), total, 1000);
+    for (size_t i = 0; i < names.size(); ++i) {
+        // The value counts files, deliberately not on the scale of total.
+        dialog->setValue(static_cast<int>(i));
+        if (dialog->wasCanceled())
+            break;
+        ov::FilePath path(names[i].c_str());
+        const int code = dataMgr->fileTypeIdFromFileName(&path);
+        if (code != 6 && code != 7) {
+            const int frames = dataMgr->frameCountInFile(&path);
+            for (int j = 0; j < frames; ++j) {
+                loadedFiles.push_back(FileInfo {names[i], j, MultiFrameFileType, true});
+                QCoreApplication::processEvents();
+            }
+        } else {
+            loadedFiles.push_back(FileInfo {names[i], 0, code, false});
+        }
+    }
+    dialog->setValue(total);
+    dialog->close();
+    delete dialog;
+
+    emit acqFrameCountChange(total);
+    ov::RefData<ov::IData> last(lastAcqData(), false);
+    if (!last)
+        return;
+    loadedData = last;
+    ov::RefData<ov::IMpxFrame> f(lastFrame(), false);
+    setCurrentFrame(f.get());
+    emit sigShowFrame();
 }
 
 } // namespace PluginDevControl

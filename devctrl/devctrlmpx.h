@@ -12,8 +12,10 @@
 #include <QObject>
 #include <QRect>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <tuple>
@@ -25,6 +27,7 @@ class QTabBar;
 
 namespace PluginDevControl {
 
+class CallbackRelay;
 class PnlHistogram;
 class PnlImageInfo;
 class PnlImageProps;
@@ -91,6 +94,18 @@ public:
     virtual void showAcqFrame(unsigned long index);
     virtual void showPixCfgFrames(bool show);
     virtual void updateCurrentFrame();
+
+    // Pixel configuration (devctrlmpxpixcfg.cpp). togglePixCfg flips the bit of the
+    // configuration view on show (the mask on the real frame) for a pixel, row or column;
+    // maskRect masks or unmasks rectangles of frame pixels. The mask and shift operations
+    // work on a copy of the configuration built from the frame on show and hand it to the
+    // device in one call; -1 when there is no frame.
+    virtual int togglePixCfg(unsigned x, unsigned y, PixelArea area, const QList<QRect>& rects);
+    virtual int maskRect(const QList<QRect>& rects, bool masked);
+    virtual int maskOver(double threshold);
+    virtual int maskUnder(double threshold);
+    virtual int shiftThlOver(double threshold, int adjustment);
+    virtual int shiftThlUnder(double threshold, int adjustment);
     virtual void setAutoUpdateEnabled(bool enabled) { autoUpdate = enabled; }
     // Starts a measurement on a detached worker thread and returns 0 at once.
     virtual int startAcq();
@@ -154,6 +169,44 @@ public:
     virtual void removeAllFrameTabs();
     virtual void clearLoadedData();
 
+    // Saving and loading. The save operations ask for a file name and a type and hand
+    // the writing to the host (pictures, code 10, are drawn here from the display).
+    virtual void saveAcqData();
+    virtual void saveCurrentFrame();
+    virtual void saveAllFrames();
+    virtual void saveFrames(const char* name, ov::IFileType* type, unsigned flags);
+    virtual void saveFrame(ov::IMpxFrame* frame, const char* name, ov::IFileType* type,
+        unsigned flags, bool useDisplay);
+    // Asks for a file name among the device's file types (with framesOnly only those
+    // that take frames); empty when cancelled. *type gets the chosen type, *flags the
+    // multi-frame flags (0 for other types).
+    virtual QString getSaveFileName(ov::IFileType** type, unsigned* flags, bool framesOnly);
+    virtual int fileTypeFromFileName(const char* name);
+    // The name of the first file that the measurement set up in acqParams() writes:
+    // the output path with the repeat and frame numbers of a series' first file.
+    virtual QString getFirstOutputFileName();
+    virtual ov::IParamMgr* fileTypeParamsFromFileName(const char* name);
+    // Asks how a multi-frame file is written; 4 (text sparse) when cancelled.
+    virtual unsigned getMultiFrameTypeFlags();
+    // Fills loadedFiles with one entry per frame (or data set) of the files and shows
+    // the last one; an abort in the progress dialog keeps the entries made so far.
+    virtual void loadFiles(QList<QString>& files);
+    // The device's configuration file; no result, no message.
+    virtual void loadConfig(const char* path);
+    virtual void saveConfig(const char* path);
+    // Ask for a file and hand it with its format code to the pixel configuration.
+    virtual void savePixCfg();
+    virtual void openPixCfg();
+    // Loads the factory configuration off the GUI thread behind a progress dialog.
+    virtual void loadFactoryCfg();
+    // The data of one loaded entry, read from its file; null when the host gives none.
+    ov::RefData<ov::IData> loadDataFromFile(const FileInfo& info) const;
+    const std::vector<FileInfo>& loadedFileList() const { return loadedFiles; }
+    // A DAC write: at once when no measurement runs and deferred is false (refused on a
+    // locked device), otherwise kept until setDacValuesToDevice or the next finished
+    // frame, where all kept writes go to the device in one table.
+    virtual void setDacValue(int dac, int chip, int value, bool deferred);
+    virtual void setDacValuesToDevice();
     virtual void setAcqFinishedDacValues();
     virtual void onDevStgChanged();
     virtual void onAcqDataChanged();
@@ -209,6 +262,13 @@ public slots:
     void onRangeChanged(double min, double max);
 
 protected:
+    // Device events are registered with this relay as their user data: the host cannot
+    // forget them, so the controller's destructors cut the relay first.
+    CallbackRelay* const eventRelay;
+    // From now on device events reach nothing; returns once none is running. Called by
+    // the destructor of every controller class, the most derived first.
+    void detachDeviceEvents();
+
     // The steps of run() shared by the Timepix, Medipix3 and Timepix2 families:
     // fill the records, make the blocking device call, report the result.
     void runAdvancedAcquisition();
@@ -228,6 +288,22 @@ protected:
     static void onBiasChangedWrapper(long data, long user);
     static void onDevLockChangedWrapper(long data, long user);
     static QString onFrameTooltipWrapper(unsigned x, unsigned y, double value, void* user);
+
+    // Shows one byte a pixel of the configuration, widened to a 16-bit frame of the
+    // device's size that replaces the configuration frame held so far.
+    void showPixCfgBits(const ov::DataBuff<unsigned char>& bits);
+    // Masks the pixels of the frame on show that are over (or under) the threshold.
+    int maskByValue(double threshold, bool over);
+    // Steps the threshold adjustment of those pixels down (over) or up (under).
+    int shiftThlByValue(double threshold, bool over);
+    // Steps one adjustment on the working copy cfg for each pixel of frame, read as T,
+    // beyond the threshold; a pixel whose adjustment has no room left is masked.
+    template <typename T>
+    void shiftThlAdj(ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over);
+    // Asks for a pixel-configuration file among filters and hands it, with the format
+    // code of the chosen filter, to the configuration's save or load. The chosen name;
+    // empty when cancelled.
+    QString pixCfgFile(bool save, const QStringList& filters, const QList<int>& formats);
 
     // Seconds since the epoch, truncated to microseconds.
     static double nowSeconds();
@@ -267,13 +343,23 @@ protected:
     bool fixedTabs = false;
     bool normalizeByTimeOn = false;
     std::atomic<bool> deviceLocked {false};
-    std::vector<std::tuple<int, int, int>> pendingDacs; // (dac, chip, value)
+    // (dac, chip, value) in order of arrival; filled on the GUI thread, drained on the
+    // thread of "AcqFinished".
+    std::vector<std::tuple<int, int, int>> pendingDacs;
+    std::mutex pendingDacsMutex;
     std::atomic<double> lastFrameUpdate {0.0};
     std::atomic<bool> frameShown {true};
     double m_frameMinRange = 0.0;
     double m_frameMaxRange = 1.0;
 
 private:
+    // The file name for saving frames as shown, with its type and flags; empty with no
+    // frame on show or when the user cancels.
+    std::string askShownFramesFileName(ov::IFileType** type, unsigned* flags);
+    // Saves each of count sub-frames of the frame on show, selecting each in turn (the
+    // last stays selected), under the name fileFor makes of "_" + the sub-frame's name.
+    void saveEachSubFrame(int count, ov::IFileType* type, unsigned flags,
+        const std::function<std::string(const std::string&)>& fileFor);
     // Hands the frame on show and the selected region to the analysis panels.
     void updateRegionStatistics(const ov::RefData<ov::IMpxFrame>& frame, const FrameRegion& region);
 

@@ -1,16 +1,21 @@
 #include "devviewmpx.h"
 
 #include "callbackrelay.h"
+#include "dacpanel.h"
 #include "devctrlmpx.h"
 #include "devicenames.h"
 #include "devviewmpxui.h"
+#include "dlgpixcfg.h"
+#include "dlgsavedata.h"
 #include "msgpanel.h"
 #include "pnlimageprops.h"
 #include "qfancystatusbar.h"
 #include "qfancytoolwindow.h"
 #include "qlabelwithicon.h"
+#include "qlastdir.h"
 #include "qminisplitter.h"
 #include "qmpxframe.h"
+#include "qmyfiledialog.h"
 #include "qorvelmenu.h"
 
 #include <QActionGroup>
@@ -245,8 +250,45 @@ QToolButton* DevViewMpx::initResetBitsMenu()
 
 void DevViewMpx::connectActions()
 {
-    // Saving and loading data, configurations and pixel configurations, and the
-    // mask and threshold tools, join when the controller offers those operations.
+    connect(ui->acOpenFrame, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        QList<QString> files
+            = QMyFileDialog::getOpenFileNames(nullptr, QStringLiteral("Load Frames"),
+                QLastDir(QStringLiteral("devctrl/loadframes")), QStringLiteral("Frames (*.dsc)"));
+        if (!files.isEmpty())
+            ctrl->loadFiles(files);
+    });
+    connect(ui->acSaveData, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        DlgSaveData dialog(this);
+        dialog.setChoise(saveDataChoice);
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        saveDataChoice = dialog.choice();
+        switch (saveDataChoice) {
+        case 0:
+            ctrl->saveAcqData();
+            break;
+        case 1:
+            ctrl->saveCurrentFrame();
+            break;
+        case 2:
+            ctrl->saveAllFrames();
+            break;
+        default:
+            break;
+        }
+    });
+    connect(ui->acSaveCurrentFrame, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->saveCurrentFrame();
+    });
+    connect(ui->acSaveAllFrames, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->saveAllFrames();
+    });
     connect(ui->acReconnect, &QAction::triggered, this, [this] {
         if (dev)
             dev->reconnect();
@@ -313,6 +355,81 @@ void DevViewMpx::connectActions()
         if (ov::IMpxPixCfg* cfg = devMpx ? devMpx->pixCfg() : nullptr)
             cfg->setAllMask(false);
     });
+    connect(ui->acPixCfgMaskSelect, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskRect(mpxFrame->image->getSelectRealRects(), true);
+    });
+    connect(ui->acPixCfgUnmaskSelect, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskRect(mpxFrame->image->getSelectRealRects(), false);
+    });
+    // Sets configuration bits on the rectangles selected on the frame, or on a region
+    // chosen in the dialog when nothing is selected.
+    connect(ui->acPixCfgStg, &QAction::triggered, this, [this] {
+        if (!devMpx)
+            return;
+        DlgPixCfg dialog(this, devMpx, mpxFrame->image->getSelectRealRects());
+        dialog.exec();
+    });
+    connect(ui->acPixCfgSave, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->savePixCfg();
+    });
+    connect(ui->acPixCfgOpen, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->openPixCfg();
+    });
+    connect(ui->acMaskOver, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskOver(maskValueSpinBox->value());
+    });
+    connect(ui->acMaskUnder, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->maskUnder(maskValueSpinBox->value());
+    });
+    // The combo chooses the adjustment where a family has two.
+    connect(ui->acThlOver, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->shiftThlOver(
+                thlValueSpinBox->value(), thlSelectCombo ? thlSelectCombo->currentIndex() : 0);
+    });
+    connect(ui->acThlUnder, &QAction::triggered, this, [this] {
+        if (ctrl)
+            ctrl->shiftThlUnder(
+                thlValueSpinBox->value(), thlSelectCombo ? thlSelectCombo->currentIndex() : 0);
+    });
+    connect(ui->acLoadConfig, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        const QString name = QDir::toNativeSeparators(QMyFileDialog::getOpenFileName(nullptr,
+            QStringLiteral("Load Config"), QLastDir(QStringLiteral("devctrl/loadcfg")),
+            QStringLiteral("Config files (*.mcf *.xml)")));
+        if (!name.isEmpty())
+            ctrl->loadConfig(name.toUtf8().constData());
+        raise();
+        activateWindow();
+    });
+    connect(ui->acSaveConfig, &QAction::triggered, this, [this] {
+        if (!ctrl || !dev)
+            return;
+        ov::String configPath;
+        dev->configFilePath(configPath);
+        const QString suggested = QFileInfo(QString::fromUtf8(configPath.get())).fileName();
+        const QString name = QDir::toNativeSeparators(QMyFileDialog::getSaveFileName(nullptr,
+            QStringLiteral("Save Config"), QLastDir(QStringLiteral("devctrl/savecfg")),
+            QStringLiteral("Orvel Config (*.xml);;"), nullptr, QFileDialog::Options(), suggested));
+        if (!name.isEmpty())
+            ctrl->saveConfig(name.toUtf8().constData());
+    });
+    connect(ui->acLoadFactory, &QAction::triggered, this, [this] {
+        if (!ctrl)
+            return;
+        const auto answer = QMessageBox::question(this, QStringLiteral("Factory config"),
+            QStringLiteral("Do you want to load the factory config for the detector ?"),
+            QMessageBox::Yes | QMessageBox::No);
+        if (answer == QMessageBox::Yes)
+            ctrl->loadFactoryCfg();
+    });
     connect(ui->acUndock, &QAction::triggered, this, [this] {
         acUndock->setVisible(false);
         acDock->setVisible(true);
@@ -363,7 +480,10 @@ void DevViewMpx::setupPanels()
 {
     msgPanel = new MsgPanel(this);
     addBottomPanel(msgPanel, "Messages");
-    // The DAC panel joins here for devices with DACs once that panel exists.
+    if (devMpx && devMpx->dacs()) {
+        dacPanel = new DacPanel(this, devMpx, ctrl);
+        addBottomPanel(dacPanel, "DAC Panel");
+    }
 }
 
 void DevViewMpx::setupSlotsAndCbs()
@@ -818,10 +938,25 @@ void DevViewMpx::getChipRectsTexts(QList<QRect>& rects, QList<QString>& texts)
     }
 }
 
-// Toggling bits by clicking, dropping frame files and the file dialogs of the File
-// menu come with the controller's pixel-configuration and file operations.
-void DevViewMpx::onFrameClicked(unsigned, unsigned, unsigned, unsigned, int) { }
-void DevViewMpx::onDropFiles(QList<QString>) { }
+// Each checked toggle action toggles its area; the mouse button plays no part.
+void DevViewMpx::onFrameClicked(unsigned column, unsigned row, unsigned, unsigned, int)
+{
+    if (!ctrl)
+        return;
+    const QList<QRect> rects;
+    if (ui->acPixCfgToggleRow->isChecked())
+        ctrl->togglePixCfg(column, row, DevCtrlMpx::AreaRow, rects);
+    if (ui->acPixCfgToggleColumn->isChecked())
+        ctrl->togglePixCfg(column, row, DevCtrlMpx::AreaColumn, rects);
+    if (ui->acPixCfgTogglePixel->isChecked())
+        ctrl->togglePixCfg(column, row, DevCtrlMpx::AreaPixel, rects);
+}
+
+void DevViewMpx::onDropFiles(QList<QString> files)
+{
+    if (ctrl && !files.isEmpty())
+        ctrl->loadFiles(files);
+}
 
 void DevViewMpx::openHelp()
 {
@@ -870,6 +1005,8 @@ void DevViewMpx::onDevLockChanged()
 {
     const bool locked = dev && dev->isLocked();
     enableGui(!locked, false);
+    if (dacPanel)
+        dacPanel->setEnabled(!locked);
 }
 
 // ---------------------------------------------------------------------------------

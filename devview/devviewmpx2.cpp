@@ -4,6 +4,7 @@
 #include "devviewmpxui.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
+#include "pnlmeasurement.h"
 
 #include <QAction>
 #include <QMenu>
@@ -34,35 +35,98 @@ void DevViewMpx2::initialize()
 void DevViewMpx2::setupPanels()
 {
     DevViewMpx::setupPanels();
-    // The settings column (image properties, measurement, detector settings, digital
-    // test, filters, image info, histogram) fills in as those panels are built.
+    // The settings column in its order: image properties, advanced image properties,
+    // measurement, then the detector settings, digital test, filters, image info and
+    // histogram panels as they are built.
     imagePropsPanel = new PnlImageProps(this, mpxFrame, ctrl);
     addStgPanel(imagePropsPanel);
     imagePropsAdvPanel = new PnlImagePropsAdv(this, mpxFrame, ctrl);
     addStgPanel(imagePropsAdvPanel);
+    measurementPanel = new PnlMeasurement(this, ctrl);
+    addStgPanel(measurementPanel);
+    // Detector settings (stgPanel), digital test (digTestPanel), filters (filtersPanel),
+    // image info (imageInfoPanel) and histogram (histogramPanel) go here, in that order.
+
     // The first six panels share the height they can use; the spacer at the end
     // takes what they leave.
     for (int item = 0; item <= 5 && item < ui->verticalLayout->count() - 1; ++item)
         ui->verticalLayout->setStretch(item, 1);
     ui->saSettings->setMinimumWidth(settingsPanelWidth);
     ctrl->setImagePropsPanel(imagePropsPanel);
+    ctrl->setHistogramPanel(histogramPanel);
+    ctrl->setImageInfoPanel(imageInfoPanel);
+    connect(measurementPanel, &PnlMeasurement::sigAcqStart, this, &DevViewMpx::onStartAcq);
+    connect(measurementPanel, &PnlMeasurement::sigAcqStop, this, &DevViewMpx::onStopAcq);
     setupPanelsMenu();
 }
 
 void DevViewMpx2::setupPanelsMenu()
 {
+    // "Detector Settings", "Filters", "Digital Test", "Image Info" and "Histogram"
+    // join between and after these with their panels.
     addPanelAction("Image Properties", imagePropsPanel, true);
     addPanelAction("Advanced Image Properties", imagePropsAdvPanel, false);
+    addPanelAction("Measurement", measurementPanel, true);
+}
+
+void DevViewMpx2::loadSettings()
+{
+    DevViewMpx::loadSettings();
+}
+
+void DevViewMpx2::saveSettings()
+{
+    DevViewMpx::saveSettings();
 }
 
 void DevViewMpx2::onExit()
 {
+    if (measurementPanel)
+        measurementPanel->onExit();
     DevViewMpx::onExit();
 }
 
 void DevViewMpx2::enableGui(bool enabled, bool measuring)
 {
     DevViewMpx::enableGui(enabled, measuring);
+    if (measurementPanel)
+        measurementPanel->enableGui(enabled, measuring);
+}
+
+void DevViewMpx2::setAcqParams(int count, double time)
+{
+    if (measurementPanel)
+        measurementPanel->setAcqParams(count, time);
+}
+
+void DevViewMpx2::setAcqType(int type)
+{
+    if (measurementPanel)
+        measurementPanel->setAcqType(type);
+}
+
+void DevViewMpx2::setOutputParams(const char* path, bool enabled)
+{
+    if (measurementPanel)
+        measurementPanel->setOutputParams(path, enabled);
+}
+
+void DevViewMpx2::setRepeatParams(int count, bool enabled)
+{
+    if (measurementPanel)
+        measurementPanel->setRepeatParams(count, enabled);
+}
+
+void DevViewMpx2::start()
+{
+    if (measurementPanel)
+        measurementPanel->start();
+}
+
+void DevViewMpx2::stop()
+{
+    if (measurementPanel)
+        measurementPanel->stop();
 }
 
 QToolButton* DevViewMpx2::initResetBitsMenu()

@@ -7,6 +7,7 @@
 namespace PluginDevControl {
 
 class DevCtrlMpx2;
+class PnlMeasurement;
 
 class DevViewMpx2 : public DevViewMpx
 {
@@ -18,11 +19,21 @@ public:
 
     void onExit() override;
     void enableGui(bool enabled, bool running) override;
+    // These go to the measurement panel, which takes them to the GUI thread.
+    void setAcqParams(int count, double time) override;
+    void setAcqType(int type) override;
+    void setOutputParams(const char* path, bool enabled) override;
+    void setRepeatParams(int count, bool enabled) override;
+    void start() override;
+    void stop() override;
     void initialize() override;
     void setupPanels() override;
+    void loadSettings() override;
+    void saveSettings() override;
     QToolButton* initResetBitsMenu() override;
 
     DevCtrlMpx2* familyController() const { return ctrlFamily; }
+    PnlMeasurement* measurement() const { return measurementPanel; }
     // The reset entries of the second tool bar, in menu order.
     QList<QAction*> resetActions() const;
 
@@ -35,6 +46,10 @@ protected:
 
     ov::IDevMpx2* devFamily = nullptr;
     DevCtrlMpx2* ctrlFamily = nullptr;
+    // The settings and filters panels join the column once they exist.
+    QWidget* stgPanel = nullptr;
+    PnlMeasurement* measurementPanel = nullptr;
+    QWidget* filtersPanel = nullptr;
     QAction* acResetAllBits = nullptr;
     QAction* acResetMaskBits = nullptr;
     QAction* acResetTestBits = nullptr;

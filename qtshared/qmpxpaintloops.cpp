@@ -1,5 +1,7 @@
 #include "qmpxpaintloops.h"
 
+#include "paintbands.h"
+#include "qmpxlinearfused.h"
 #include "vectorstate.h"
 
 #include "colormap.h"
@@ -10,11 +12,6 @@
 #include <limits>
 #include <thread>
 #include <vector>
-
-#if defined(__GNUC__) && defined(__x86_64__)
-#define MPXPAINT_X86 1
-#include <immintrin.h>
-#endif
 
 namespace mpxpaint {
 
@@ -46,30 +43,7 @@ RowWalk rowWalk(int angle, unsigned int width, unsigned int height, unsigned int
 namespace {
 
 std::atomic<std::size_t> threadedPixelsMinimum {std::size_t(1024) * 1024};
-std::atomic<bool> genericOnly {false};
-
-#ifdef MPXPAINT_X86
-bool cpuHasAvx2()
-{
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
-
-bool cpuHasAvx512()
-{
-    static const bool has = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl")
-        && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
-    return has;
-}
-
-#endif
-
 } // namespace
-
-void useGenericLoopsOnly(bool generic)
-{
-    genericOnly.store(generic, std::memory_order_relaxed);
-}
 
 std::size_t threadedPixels()
 {
@@ -83,21 +57,21 @@ void setThreadedPixels(std::size_t pixels)
 
 namespace {
 
-// Runs rowsFn(first, end) over all rows, split between two threads for large frames.
+// Rows per band handed out to the painting threads: about 16384 pixels, a few
+// microseconds of work, so that the two threads end close together.
+unsigned int bandRows(const Frame& frame)
+{
+    return std::max(1u, 16384u / std::max(frame.width, 1u));
+}
+
+// Runs rowsFn(first, end) over all rows, shared with the helper thread for large frames.
 template <typename RowsFn>
 void forRowBands(const Frame& frame, bool threaded, RowsFn rowsFn)
 {
     const std::size_t pixels = static_cast<std::size_t>(frame.width) * frame.height;
-    if (threaded && frame.height > 1 && pixels >= threadedPixels()
-        && std::thread::hardware_concurrency() > 1) {
-        const unsigned int middle = frame.height / 2;
-        std::thread helper([&rowsFn, middle] {
-            cleanVectorState();
-            rowsFn(0u, middle);
-        });
-        cleanVectorState();
-        rowsFn(middle, frame.height);
-        helper.join();
+    static const bool twoCores = std::thread::hardware_concurrency() > 1;
+    if (threaded && twoCores && frame.height > 1 && pixels >= threadedPixels()) {
+        runBands(frame.height, bandRows(frame), rowsFn);
     } else {
         cleanVectorState();
         rowsFn(0u, frame.height);
@@ -176,7 +150,9 @@ struct LinearConsts
     { }
     double min, max, divisor, topPos, limitPos, overPos, underPos, nanPos;
     unsigned int top;
-    double reciprocal = 0.0;
+    // The fast way, prepared by prepareFast: null keeps the division.
+    FusedLinearFn fused = nullptr;
+    FusedLinear fusedConsts;
     // thresholds[r]: the smallest value in the range whose entry is r or more;
     // thresholds[0] is -inf and thresholds[top + 1] is +inf. Empty: no fast way.
     std::vector<double> thresholds;
@@ -203,11 +179,15 @@ std::int32_t ruleIndex(double v, const LinearConsts& c)
 // truncation all keep the order), so entry r begins at a threshold value, found
 // here by walking from an estimate to where the rule changes. The product
 // u = (value - min) * (1 / step) + 1 differs from the rule's quotient plus 1/2
-// by at most (top + 2) * 2^-51 while the reciprocal is a normal number, so with
+// by at most (top + 2) * 2^-51 while the reciprocal is a normal number (whether
+// or not the multiplication and addition are fused into one rounding), so with
 // r = trunc(u) the rule's entry is r - 1 or r: r exactly when the value reaches
 // thresholds[r]. The result is the rule's entry for every value, with no margin.
-void prepareFast(LinearConsts& c, const Scale& s)
+void prepareFast(LinearConsts& c, const Scale& s, const LinearLut& lut, int maskValue)
 {
+    const FusedLinearFn fused = fusedLinearFn();
+    if (!fused)
+        return;
     const double step = s.step;
     if (!(std::isfinite(step) && step >= 0x1p-1021 && step <= 0x1p1020 && s.top >= 1
             && s.top < (1u << 24) && std::isfinite(s.min) && std::isfinite(s.max)))
@@ -244,8 +224,21 @@ void prepareFast(LinearConsts& c, const Scale& s)
             return;
         thresholds[r] = v;
     }
-    c.reciprocal = 1.0 / step;
     c.thresholds = std::move(thresholds);
+    FusedLinear& f = c.fusedConsts;
+    f.min = s.min;
+    f.max = s.max;
+    f.reciprocal = 1.0 / step;
+    f.limitPos = c.limitPos;
+    f.nearWhole = (double(s.top) + 2.0) * 0x1p-44;
+    f.thresholds = c.thresholds.data();
+    f.colors = lut.colors.data();
+    f.overIndex = static_cast<std::int32_t>(lut.overIndex);
+    f.underIndex = static_cast<std::int32_t>(lut.underIndex);
+    f.nanIndex = static_cast<std::int32_t>(lut.nanIndex);
+    f.specialColor = s.specialColor;
+    f.maskValue = maskValue;
+    c.fused = fused;
 }
 
 // Positions in the colour list for n contiguous values by the rule. Written as
@@ -278,73 +271,13 @@ void ruleIndices(const double* __restrict in, std::int32_t* __restrict index, un
     }
 }
 
-// The same positions the fast way (see prepareFast). Inlined into one build per
-// instruction set.
-__attribute__((always_inline)) inline void fastIndicesBody(const double* __restrict in,
-    std::int32_t* __restrict index, unsigned int n, const LinearConsts& c)
-{
-    const double min = c.min;
-    const double max = c.max;
-    const double reciprocal = c.reciprocal;
-    const double limitPos = c.limitPos;
-    const double overPos = c.overPos;
-    const double underPos = c.underPos;
-    const double nanPos = c.nanPos;
-    const double* __restrict thresholds = c.thresholds.data();
-    for (unsigned int i = 0; i < n; ++i) {
-        const double v = in[i];
-        double u = (v - min) * reciprocal + 1.0;
-        u = u > 1.0 ? u : 1.0; // also for NaN
-        u = u < limitPos ? u : limitPos;
-        const std::int32_t r = static_cast<std::int32_t>(u);
-        const std::int32_t k = v >= thresholds[r] ? r : r - 1;
-        double p = static_cast<double>(k);
-        p = v > max ? overPos : p;
-        p = v < min ? underPos : p;
-        p = v != v ? nanPos : p;
-        index[i] = static_cast<std::int32_t>(p);
-    }
-}
-
-#ifdef MPXPAINT_X86
-__attribute__((target("avx2"))) void fastIndicesAvx2(const double* __restrict in,
-    std::int32_t* __restrict index, unsigned int n, const LinearConsts& c)
-{
-    fastIndicesBody(in, index, n, c);
-}
-
-__attribute__((target("avx512f,avx512vl,avx512dq,avx512bw,prefer-vector-width=512"))) void
-fastIndicesAvx512(const double* __restrict in, std::int32_t* __restrict index, unsigned int n,
-    const LinearConsts& c)
-{
-    fastIndicesBody(in, index, n, c);
-}
-#endif
-
-using IndicesFn = void (*)(const double*, std::int32_t*, unsigned int, const LinearConsts&);
-
-// Null where the fast way does not pay: with baseline x86-64 (no gathers, two
-// doubles per register) the division measured faster than the emulated lookup.
-IndicesFn fastIndicesFn()
-{
-#ifdef MPXPAINT_X86
-    if (!genericOnly.load(std::memory_order_relaxed)) {
-        if (cpuHasAvx512())
-            return fastIndicesAvx512;
-        if (cpuHasAvx2())
-            return fastIndicesAvx2;
-    }
-#endif
-    return nullptr;
-}
-
 // One picture row of the linear loop, in blocks: values (and mask bytes) are
 // gathered into a contiguous block when the row walks the data backwards or by
-// columns, turned into positions in the colour list (the fast way when it is
-// prepared, else by the rule), then into colours.
+// columns, then painted by the fused pass when the fast way is prepared, else
+// turned into positions in the colour list by the rule and then into colours.
 template <bool Log>
 void linearRow(const Frame& frame, const Scale& s, const LinearLut& lut, const LinearConsts& c,
-    IndicesFn fastIndices, std::uint32_t* out, RowWalk walk)
+    std::uint32_t* out, RowWalk walk)
 {
     const std::ptrdiff_t stride = walk.stride;
     const std::uint32_t* colors = lut.colors.data();
@@ -368,10 +301,11 @@ void linearRow(const Frame& frame, const Scale& s, const LinearLut& lut, const L
                 m = gatheredMask;
             }
         }
-        if (fastIndices)
-            fastIndices(in, index, n, c);
-        else
-            ruleIndices<Log>(in, index, n, c);
+        if (c.fused) {
+            c.fused(in, m, dst, n, c.fusedConsts);
+            continue;
+        }
+        ruleIndices<Log>(in, index, n, c);
         if (m) {
             const int maskValue = frame.maskValue;
             const std::int32_t nanIndex = static_cast<std::int32_t>(lut.nanIndex);
@@ -390,11 +324,10 @@ template <bool Log>
 void linearRows(const Frame& frame, const Scale& s, const LinearLut& lut, const LinearConsts& c,
     unsigned int first, unsigned int end)
 {
-    const IndicesFn fastIndices = c.thresholds.empty() ? nullptr : fastIndicesFn();
     for (unsigned int y = first; y < end; ++y) {
         const RowWalk walk = rowWalk(frame.angle, frame.width, frame.height, y);
         std::uint32_t* out = frame.bits + static_cast<std::ptrdiff_t>(y) * frame.wordsPerLine;
-        linearRow<Log>(frame, s, lut, c, fastIndices, out, walk);
+        linearRow<Log>(frame, s, lut, c, out, walk);
     }
 }
 
@@ -419,7 +352,7 @@ void paintLinear(const Frame& frame, const Scale& scale)
     const LinearLut lut(scale);
     LinearConsts consts(scale, lut, scale.logScale);
     if (!scale.logScale && scale.min < scale.max)
-        prepareFast(consts, scale);
+        prepareFast(consts, scale, lut, frame.maskValue);
     const bool inverted = scale.min >= scale.max;
     forRowBands(frame, true, [&](unsigned int first, unsigned int end) {
         if (inverted)

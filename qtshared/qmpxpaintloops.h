@@ -53,15 +53,14 @@ struct Scale
     double exponent = 1.0;
 };
 
-// Frames with at least this many pixels (1024 x 1024 by default) are painted by
-// two threads; the benchmarks raise it to measure one thread alone.
+// Frames with at least this many pixels are shared with a helper thread (see
+// paintbands.h); the benchmarks raise it to measure one thread alone.
 std::size_t threadedPixels();
 void setThreadedPixels(std::size_t pixels);
 
-// The linear loop picks the widest instruction set the processor offers (AVX-512,
-// AVX2) for its fast way, and divides with baseline x86-64; the tests switch to
-// the baseline loop to check it as well.
-void useGenericLoopsOnly(bool generic);
+// The linear loop paints with a fused pass for the widest instruction set the
+// processor offers (AVX-512, AVX2), and divides with baseline x86-64;
+// setLoopLimit in qmpxlinearfused.h lets the tests check each of them.
 
 void paintLinear(const Frame& frame, const Scale& scale);
 void paintGamma(const Frame& frame, const Scale& scale);

@@ -2,6 +2,8 @@
 
 namespace sim {
 
+AcqStore::AcqStore(size_t limitBytes) : m_limit(limitBytes), m_origin(SimFrame::newOrigin()) { }
+
 void AcqStore::setLimitBytes(size_t bytes)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -24,6 +26,7 @@ void AcqStore::clear()
         m_frames = 0;
         m_bytes = 0;
         m_dropped = 0;
+        m_origin = SimFrame::newOrigin();
     }
     for (SimData* data : old)
         data->decRef();
@@ -35,6 +38,8 @@ int AcqStore::add(SimData* data)
         return -1;
     data->incRef();
     std::lock_guard<std::mutex> lock(m_mutex);
+    for (unsigned i = 0; i < data->frameCount(); ++i)
+        data->simFrameAt(i)->setOrigin(m_origin);
     m_data.push_back(data);
     m_frames += static_cast<int>(data->frameCount());
     m_bytes += data->memoryBytes();

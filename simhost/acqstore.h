@@ -18,7 +18,7 @@ namespace sim {
 class AcqStore
 {
 public:
-    explicit AcqStore(size_t limitBytes = size_t(4096) << 20) : m_limit(limitBytes) { }
+    explicit AcqStore(size_t limitBytes = size_t(4096) << 20);
     ~AcqStore() { clear(); }
     AcqStore(const AcqStore&) = delete;
     AcqStore& operator=(const AcqStore&) = delete;
@@ -26,8 +26,10 @@ public:
     void setLimitBytes(size_t bytes);
     size_t limitBytes() const;
 
+    // Empties the store; the frames added from now on get a new origin.
     void clear();
-    // Takes a reference on data; returns the index of the data object in the store.
+    // Takes a reference on data and marks its frames with the store's origin; returns the index of
+    // the data object in the store.
     int add(SimData* data);
 
     int dataCount() const;
@@ -51,6 +53,8 @@ private:
     int m_frames = 0;
     size_t m_bytes = 0;
     int m_dropped = 0;
+    // The origin given to the frames added until the next clear().
+    uint64_t m_origin;
 };
 
 } // namespace sim

@@ -12,6 +12,19 @@
 
 namespace sim {
 
+namespace {
+
+// Where a key stands in the file: "MaxFrameMemory" in group "Settings", where the
+// plug-in reads it directly; every other key in [General].
+QString fileKey(const QString& key)
+{
+    if (key == QLatin1String(CoreSettings::kMaxFrameMemory))
+        return QStringLiteral("Settings/") + key;
+    return key;
+}
+
+} // namespace
+
 QMap<QString, QString> CoreSettings::defaultsFor(const QString& homeDir)
 {
     return {
@@ -47,8 +60,11 @@ CoreSettings::CoreSettings(const QString& path, const QMap<QString, QString>& de
                         .arg(path, why));
             dirty = true;
         } else {
-            for (const QString& key : settings.childKeys()) {
-                const QVariant v = settings.value(key);
+            QStringList keys = settings.childKeys();
+            if (settings.contains(fileKey(QLatin1String(kMaxFrameMemory))))
+                keys.append(QLatin1String(kMaxFrameMemory));
+            for (const QString& key : keys) {
+                const QVariant v = settings.value(fileKey(key));
                 m_values[key] = v.typeId() == QMetaType::QStringList
                     ? v.toStringList().join(QLatin1Char(','))
                     : v.toString();
@@ -74,7 +90,7 @@ bool CoreSettings::writeLocked()
     QSettings settings(m_path, QSettings::IniFormat);
     settings.clear();
     for (auto it = m_values.cbegin(); it != m_values.cend(); ++it)
-        settings.setValue(it.key(), it.value());
+        settings.setValue(fileKey(it.key()), it.value());
     settings.sync();
     if (settings.status() != QSettings::NoError) {
         m_error = QStringLiteral("cannot write %1").arg(m_path);

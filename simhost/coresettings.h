@@ -28,7 +28,8 @@ public:
     // itself and frames may take 4096 MB.
     static QMap<QString, QString> defaultsFor(const QString& homeDir);
 
-    // Reads the file (an ini file in QSettings format, keys in [General]). A missing
+    // Reads the file (an ini file in QSettings format, keys in [General] except
+    // "MaxFrameMemory", which stands in [Settings]). A missing
     // file, missing keys or a corrupt file are replaced by the defaults and written back;
     // a corrupt file is reported through log.
     CoreSettings(const QString& path, const QMap<QString, QString>& defaults, LogFn log);

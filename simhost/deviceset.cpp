@@ -83,8 +83,15 @@ bool parsePositive(const QString& text, int max, int* out)
 
 std::vector<DeviceDesc> defaultDeviceSet()
 {
+    DeviceDesc quad = named(KindTimepix, "kalbar W0512", 512);
+    quad.factoryConfig = true;
+    DeviceDesc medipix2 = named(KindTimepix, "tornel B0208", 208);
+    medipix2.chips = 1;
+    medipix2.width = medipix2.height = 256;
+    medipix2.medipix2 = true;
     return {
-        named(KindTimepix, "kalbar W0512", 512),
+        quad,
+        medipix2,
         named(KindTimepix3, "sparrel F0317", 317),
         named(KindMedipix3, "hanvik M0102", 102),
         named(KindTimepix2, "zoltin T0221", 221),
@@ -156,6 +163,10 @@ bool parseDeviceWords(const QStringList& words, DeviceDesc* out, QString* error)
             if (desc.kind != KindTimepix)
                 return fail(QStringLiteral("option mpx2 is for kind timepix only"));
             desc.medipix2 = true;
+        } else if (key == QLatin1String("factory") && !option.contains(QLatin1Char('='))) {
+            if (desc.kind != KindTimepix)
+                return fail(QStringLiteral("option factory is for kind timepix only"));
+            desc.factoryConfig = true;
         } else if (key == QLatin1String("events")) {
             if (value == QLatin1String("thread"))
                 desc.eventThread = true;

@@ -37,6 +37,9 @@ struct DeviceDesc
     int outputs = 1;          // high-voltage source
     bool medipix2 = false;    // kind 1: a Medipix2 instead of a Timepix (option mpx2)
     bool eventThread = false; // events from a host event thread (option events=thread)
+    // The device comes with a factory configuration, which the host writes into the home
+    // folder when it is missing (the detectors of the embedded set that have one).
+    bool factoryConfig = false;
 
     QString interfaceWord() const { return name.section(QLatin1Char(' '), 0, 0); }
     bool isDetector() const { return kind >= KindTimepix && kind <= KindTimepix2; }
@@ -58,8 +61,9 @@ const KindInfo* kindInfo(int kind);
 // A number ("1") or a keyword ("timepix", "tpx3", "motor", ...); false when unknown.
 bool parseKind(const QString& text, int* kind);
 
-// The embedded set: a Timepix quad, a Timepix3, a Medipix3, a Timepix2, the file
-// device, two motors, an X-ray source and a two-output high-voltage source.
+// The embedded set: a Timepix quad (with a factory configuration), a single-chip
+// Medipix2, a Timepix3, a Medipix3, a Timepix2, the file device, two motors, an X-ray
+// source and a two-output high-voltage source.
 std::vector<DeviceDesc> defaultDeviceSet();
 // A device of a kind with the given serial and a generated name ("kalbar W0042"),
 // with that kind's default geometry (a Timepix is a 512 x 512 quad).
@@ -67,7 +71,8 @@ DeviceDesc makeDeviceDesc(int kind, uint32_t serial);
 
 // One device from its words: KIND NAME SERIAL [OPTION...]. NAME is one quoted word or
 // two words. Options: edu, chips=N, size=WxH, outputs=N, mpx2 (kind 1: a Medipix2),
-// events=direct|thread (how the device delivers its events).
+// factory (kind 1: comes with a factory configuration), events=direct|thread (how the
+// device delivers its events).
 bool parseDeviceWords(const QStringList& words, DeviceDesc* out, QString* error);
 // A whole device-set text; errors read "<label>:<line>: <why>".
 bool parseDeviceSet(

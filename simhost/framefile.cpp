@@ -1,7 +1,6 @@
 #include "framefile.h"
 
-#include "cfile.h"
-#include "fileops.h"
+#include "wholefile.h"
 
 #include <algorithm>
 #include <cctype>
@@ -303,95 +302,6 @@ bool isDescriptionName(const std::string& path)
         if (std::tolower(static_cast<unsigned char>(path[path.size() - n + i]))
             != kDescriptionSuffix[i])
             return false;
-    return true;
-}
-
-// The kind of what is at a path: 0 nothing, 1 a regular file, 2 a directory, 3 other.
-int pathKind(const std::string& path)
-{
-    std::error_code ec;
-    const fs::file_status s = fs::status(fs::path(path), ec);
-    switch (s.type()) {
-    case fs::file_type::regular:
-        return 1;
-    case fs::file_type::directory:
-        return 2;
-    case fs::file_type::not_found:
-    case fs::file_type::none:
-        return 0;
-    default:
-        return 3;
-    }
-}
-
-bool checkReadable(const std::string& path, std::string* error)
-{
-    switch (pathKind(path)) {
-    case 0:
-        return fail(error, path + ": no such file");
-    case 2:
-        return fail(error, path + ": is a directory, not a file");
-    case 3:
-        return fail(error, path + ": not a regular file");
-    default:
-        return true;
-    }
-}
-
-bool fileSize(const std::string& path, uint64_t* size, std::string* error)
-{
-    if (!checkReadable(path, error))
-        return false;
-    std::error_code ec;
-    const uintmax_t n = fs::file_size(fs::path(path), ec);
-    if (ec)
-        return fail(error, path + ": cannot read its size: " + ec.message());
-    *size = n;
-    return true;
-}
-
-bool readWhole(const std::string& path, uint64_t limit, std::string* out, std::string* error)
-{
-    uint64_t size = 0;
-    if (!fileSize(path, &size, error))
-        return false;
-    if (size > limit)
-        return fail(error, path + ": too large (" + std::to_string(size) + " bytes)");
-    out->assign(size_t(size), '\0');
-    const int rc
-        = readBinary(fs::path(path), reinterpret_cast<unsigned char*>(out->data()), size_t(size));
-    if (rc != 0)
-        return fail(error, path + ": cannot be read");
-    return true;
-}
-
-bool readSlice(
-    const std::string& path, uint64_t offset, uint64_t bytes, std::string* out, std::string* error)
-{
-    File file(fs::path(path), "rb");
-    if (!file.isOpen())
-        return fail(error, path + ": cannot be opened");
-    if (offset > uint64_t(std::numeric_limits<off_t>::max())
-        || fseeko(file.stream(), off_t(offset), SEEK_SET) != 0)
-        return fail(error, path + ": cannot seek to byte " + std::to_string(offset));
-    out->assign(size_t(bytes), '\0');
-    if (bytes > 0 && std::fread(out->data(), 1, size_t(bytes), file.stream()) != bytes)
-        return fail(error, path + ": ends before byte " + std::to_string(offset + bytes));
-    return true;
-}
-
-// Writes bytes to a file (replacing or appending) through the file helpers.
-bool writeBytes(const std::string& path, const std::string& bytes, bool append, std::string* error)
-{
-    unsigned char empty = 0;
-    unsigned char* data = bytes.empty()
-        ? &empty
-        : reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data()));
-    const int rc = writeBinary(fs::path(path), data, bytes.size(), append);
-    if (rc == FO_ERR_OPEN)
-        return fail(error, path + ": cannot be opened for writing");
-    if (rc != 0)
-        return fail(error, path + ": write failed (disk full?)");
     return true;
 }
 
@@ -944,7 +854,7 @@ int FrameFileWriter::create(
             return failCode(error,
                 path + ": cannot create the folder " + parent.string() + ": " + ec.message());
     }
-    if (pathKind(path) == 2)
+    if (pathKind(path) == PathDirectory)
         return failCode(error, path + ": is a directory");
     // Sparse text without description would read like a matrix of two columns; a
     // comment line makes such a reader stop instead.
@@ -959,7 +869,7 @@ int FrameFileWriter::create(
             = descriptionHeader(fileType, m_form, fs::path(path).filename().string());
         if (!writeBytes(m_dscPath, header, false, error))
             return -1;
-    } else if (pathKind(m_dscPath) == 1) {
+    } else if (pathKind(m_dscPath) == PathFile) {
         // An old description would describe other data.
         fs::remove(fs::path(m_dscPath), ec);
     }
@@ -1002,24 +912,36 @@ int FrameFileWriter::append(const FrameView& frame, std::string* error)
     return 0;
 }
 
+bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
+    const std::vector<FrameView>& frames, std::string* error)
+{
+    FileForm form;
+    if (!fileFormOf(fileType, flags, &form)) {
+        failCode(error, path + ": the host writes no files of type " + std::to_string(fileType));
+        return false;
+    }
+    for (const FrameView& f : frames) {
+        uint64_t pixels = 0;
+        std::string what;
+        if (!isFrameType(f.dataType) || !f.pixels
+            || !checkSize(f.width, f.height, &pixels, &what)) {
+            failCode(error,
+                path + ": cannot write this frame: "
+                    + (what.empty() ? std::string("bad pixel type or no pixels") : what));
+            return false;
+        }
+    }
+    return true;
+}
+
 int writeFrameFile(const std::string& path, int fileType, unsigned flags,
     const std::vector<FrameView>& frames, std::string* error)
 {
     if (fileType != FileTypeMultiFrame && frames.size() != 1)
         return failCode(error, path + ": a single-frame file takes exactly one frame");
     // Check every frame before anything on disk changes.
-    FileForm form;
-    if (!fileFormOf(fileType, flags, &form))
-        return failCode(
-            error, path + ": the host writes no files of type " + std::to_string(fileType));
-    for (const FrameView& f : frames) {
-        uint64_t pixels = 0;
-        std::string what;
-        if (!isFrameType(f.dataType) || !f.pixels || !checkSize(f.width, f.height, &pixels, &what))
-            return failCode(error,
-                path + ": cannot write this frame: "
-                    + (what.empty() ? std::string("bad pixel type or no pixels") : what));
-    }
+    if (!canWriteFrames(path, fileType, flags, frames, error))
+        return -1;
     FrameFileWriter writer;
     if (writer.create(path, fileType, flags, error) != 0)
         return -1;
@@ -1053,7 +975,7 @@ int countFramesInFile(const std::string& path, std::string* error)
 {
     const std::string dataPath = dataPathOf(path);
     const std::string dscPath = descriptionPathOf(dataPath);
-    if (pathKind(dscPath) != 0) {
+    if (pathKind(dscPath) != PathMissing) {
         Description d;
         if (!loadDescription(dataPath, dscPath, &d, error))
             return -1;
@@ -1075,7 +997,7 @@ int readFrameFromFile(const std::string& path, int index, FrameData* out, std::s
     const std::string dscPath = descriptionPathOf(dataPath);
     if (index < 0)
         return failCode(error, dataPath + ": no frame " + std::to_string(index));
-    if (pathKind(dscPath) != 0) {
+    if (pathKind(dscPath) != PathMissing) {
         Description d;
         if (!loadDescription(dataPath, dscPath, &d, error))
             return -1;

@@ -148,6 +148,10 @@ private:
     uint64_t m_offset = 0;
 };
 
+// Whether the host can write these frames to a file of the type and flags; false with
+// *error set (naming path) when not. Nothing on disk is touched.
+bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
+    const std::vector<FrameView>& frames, std::string* error);
 // Writes frames to a new file of the type (a single-frame type takes exactly one).
 int writeFrameFile(const std::string& path, int fileType, unsigned flags,
     const std::vector<FrameView>& frames, std::string* error);

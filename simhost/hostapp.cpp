@@ -1,5 +1,6 @@
 #include "hostapp.h"
 
+#include "devcontrolcommands.h"
 #include "deviceset.h"
 #include "livecounter.h"
 #include "pluginmodule.h"
@@ -138,6 +139,7 @@ int runHost(const HostOptions& options)
     std::unique_ptr<ScriptRunner> runner;
     if (!options.scriptFile.isEmpty()) {
         runner = std::make_unique<ScriptRunner>(context);
+        addDevControlCommands(*runner);
         if (!runner->loadFile(options.scriptFile)) {
             printError(runner->error());
             return 1;
@@ -187,6 +189,7 @@ int runHost(const HostOptions& options)
             context.plugin = module.plugin();
             context.devControl = static_cast<ov::IDevControl*>(module.plugin()->privateInterface());
             runner = std::make_unique<ScriptRunner>(context);
+            addDevControlCommands(*runner);
             runner->loadFile(options.scriptFile);
             QObject::connect(runner.get(), &ScriptRunner::finished, qApp,
                 [&exitCode](int code, const QString& message) {

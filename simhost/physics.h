@@ -83,6 +83,8 @@ public:
     // Each pixel's effective threshold in keV.
     const std::vector<float>& pixelThresholds() const { return m_threshold; }
 
+    // Each pixel's fixed threshold offset in keV (what an equalisation compensates).
+    const std::vector<float>& thresholdOffsets() const { return m_offset; }
     // The fixed defects of the device.
     const std::vector<uint32_t>& hotPixels() const { return m_hot; }
     const std::vector<uint32_t>& deadPixels() const { return m_dead; }

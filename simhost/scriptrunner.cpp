@@ -19,10 +19,12 @@ ScriptStep ScriptStep::delay(int ms)
     return step;
 }
 
-ScriptStep ScriptStep::until(std::function<bool()> condition, int timeoutMs, QString timeoutMessage)
+ScriptStep ScriptStep::until(std::function<bool()> condition, int timeoutMs, QString timeoutMessage,
+    std::function<QString()> outcome)
 {
     ScriptStep step(Kind::Until);
     step.condition = std::move(condition);
+    step.outcome = std::move(outcome);
     step.delayMs = timeoutMs;
     step.message = std::move(timeoutMessage);
     return step;
@@ -225,6 +227,13 @@ bool ScriptRunner::loadText(const QString& text, const QString& label)
                           .arg(where(line), command.usage);
             return false;
         }
+        if (command.check) {
+            const QString bad = command.check(line);
+            if (!bad.isEmpty()) {
+                m_error = QStringLiteral("%1: %2").arg(where(line), bad);
+                return false;
+            }
+        }
         m_lines.push_back(line);
     }
     return true;
@@ -281,7 +290,12 @@ void ScriptRunner::poll()
     if (!m_running)
         return;
     if (m_pending.condition()) {
+        const QString failure = m_pending.outcome ? m_pending.outcome() : QString();
         m_pending = ScriptStep::next();
+        if (!failure.isEmpty()) {
+            finish(1, QStringLiteral("%1: %2").arg(where(*m_pendingLine), failure));
+            return;
+        }
         m_timer.start(0);
         return;
     }

@@ -1,8 +1,9 @@
 // Runs a plain text script of commands on the GUI thread, driven by the event loop.
 //
 // One command per line, words separated by blanks ("double quotes" group words), '#'
-// starts a comment. The whole script is checked first (known commands, argument counts),
-// so a typo is reported before anything runs; errors name the line. Commands come from
+// starts a comment. The whole script is checked first (known commands, argument counts,
+// and the values of commands that have a check), so a typo is reported before anything
+// runs; errors name the line. Commands come from
 // a table: the built-ins (wait, screenshot, connect, remove, lock, unlock, log, quit)
 // and whatever addCommand adds, for instance commands that drive the plug-in through
 // ScriptContext::devControl.
@@ -52,7 +53,10 @@ public:
 
     static ScriptStep next() { return ScriptStep(Kind::Next); }
     static ScriptStep delay(int ms);
-    static ScriptStep until(std::function<bool()> condition, int timeoutMs, QString timeoutMessage);
+    // outcome, when given, is asked once the condition holds: a non-empty text fails the
+    // line with it (a measurement that ended with an error, say).
+    static ScriptStep until(std::function<bool()> condition, int timeoutMs, QString timeoutMessage,
+        std::function<QString()> outcome = nullptr);
     static ScriptStep quit(int exitCode = 0);
     static ScriptStep fail(QString message);
 
@@ -61,6 +65,7 @@ public:
     int exitCode = 0;
     QString message;
     std::function<bool()> condition;
+    std::function<QString()> outcome;
 
 private:
     explicit ScriptStep(Kind k) : kind(k) { }
@@ -72,6 +77,9 @@ class ScriptRunner : public QObject
 
 public:
     using Handler = std::function<ScriptStep(const ScriptLine&)>;
+    // Checks a line's arguments when the script is loaded: empty when they are good,
+    // otherwise why not.
+    using Checker = std::function<QString(const ScriptLine&)>;
     struct Command
     {
         QString name; // lower case
@@ -79,6 +87,7 @@ public:
         int maxArgs = 0; // -1: no limit
         QString usage;   // "connect KIND NAME SERIAL [OPTION...]"
         Handler run;
+        Checker check = nullptr; // optional
     };
 
     explicit ScriptRunner(const ScriptContext& context, QObject* parent = nullptr);

@@ -1,5 +1,11 @@
 #include "simdacs.h"
 
+#include "dacsfile.h"
+
+#include <ovcore.h>
+
+#include <QString>
+
 #include <cstring>
 
 namespace sim {
@@ -60,6 +66,8 @@ SimDacs::SimDacs(const SimDacs& other, bool asCopy)
     : m_table(other.m_table), m_chips(other.m_chips), m_isCopy(asCopy)
 {
     m_values = other.snapshot();
+    std::lock_guard<std::mutex> lock(other.m_mutex);
+    m_logHook = other.m_logHook;
 }
 
 SimDacs::~SimDacs() = default;
@@ -83,6 +91,44 @@ void SimDacs::setChangeHook(std::function<void()> hook)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_hook = std::move(hook);
+}
+
+void SimDacs::setLogHook(LogFn hook)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_logHook = std::move(hook);
+}
+
+void SimDacs::report(const std::string& text) const
+{
+    LogFn hook;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        hook = m_logHook;
+    }
+    if (hook)
+        hook(ov::LogError, QString::fromStdString(text));
+}
+
+int SimDacs::replaceValues(const std::vector<int>& values)
+{
+    if (values.size() != m_table.size() * size_t(m_chips))
+        return -1;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_values = values;
+    }
+    changed();
+    return 0;
+}
+
+int SimDacs::saveToFile(const std::string& path)
+{
+    std::string error;
+    const int rc = saveDacsFile(path, m_table, m_chips, snapshot(), &error);
+    if (rc != DacsFileOk)
+        report("DACs not saved: " + error);
+    return rc;
 }
 
 SimDacs* SimDacs::makeCopy() const
@@ -166,9 +212,16 @@ int SimDacs::resetDacs()
     return 0;
 }
 
-int SimDacs::loadFromFile(ov::FilePath&)
+int SimDacs::loadFromFile(ov::FilePath& path)
 {
-    return -1;
+    std::vector<int> values;
+    std::string error;
+    const int rc = loadDacsFile(path.get(), m_table, m_chips, &values, &error);
+    if (rc != DacsFileOk) {
+        report("DACs not loaded: " + error);
+        return rc;
+    }
+    return replaceValues(values);
 }
 
 void SimDacs::release()

@@ -4,7 +4,13 @@
 // As with the pixel configuration, the device owns the live table and dacsCopy gives
 // working copies that release() deletes. A change of the live table bumps its version
 // and calls the change hook (the device fires "DacsChanged"). Thread-safe.
+//
+// Files (dacsfile.h): the ".dacs" text file of all chips. Loading checks the whole file
+// first and then takes every value in one step; a file that cannot be used leaves the
+// table as it was and writes an error line through the log hook.
 #pragma once
+
+#include "hostlog.h"
 
 #include <ovdetector.h>
 
@@ -41,10 +47,19 @@ public:
     std::vector<int> snapshot() const; // [chip * dacCount + dac]
     uint64_t version() const { return m_version.load(); }
     void setChangeHook(std::function<void()> hook);
+    // Where file errors are reported; working copies inherit it.
+    void setLogHook(LogFn hook);
+    const std::vector<DacInfo>& table() const { return m_table; }
     bool isCopy() const { return m_isCopy; }
     SimDacs* makeCopy() const;
     // Takes over the values of other; -1 when the tables differ.
     int assign(const SimDacs& other);
+    // Takes every value of a snapshot-shaped vector (checked by the caller); -1 for a
+    // vector of the wrong size.
+    int replaceValues(const std::vector<int>& values);
+    // Writes the ".dacs" file: 0, or a DacsFileResult below 0 with an error line in the
+    // log.
+    int saveToFile(const std::string& path);
 
     // ov::IMpxDacs
     void dacNames(ov::StrList& out) const override;
@@ -53,13 +68,14 @@ public:
     // chip -1: all chips. -1 for an unknown DAC or chip or a value out of range.
     int setDacValue(int dac, int chip, int value) override;
     int resetDacs() override;
-    // DAC files come with the file formats; until then -1.
+    // Reads a ".dacs" file: 0, or a DacsFileResult below 0 with an error line in the log.
     int loadFromFile(ov::FilePath& path) override;
     void release() override;
 
 private:
     SimDacs(const SimDacs& other, bool asCopy);
     void changed();
+    void report(const std::string& text) const;
 
     const std::vector<DacInfo>& m_table;
     const int m_chips;
@@ -68,6 +84,7 @@ private:
     std::vector<int> m_values;
     std::atomic<uint64_t> m_version {1};
     std::function<void()> m_hook;
+    LogFn m_logHook;
 };
 
 } // namespace sim

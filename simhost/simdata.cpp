@@ -9,6 +9,14 @@ SimData* SimData::create(int kind)
     return new SimData(kind);
 }
 
+SimData* SimData::createFileEntry(SimFrame* frame)
+{
+    SimData* data = new SimData(ov::DataFrames);
+    data->addFrame(frame);
+    data->m_fileEntry = true;
+    return data;
+}
+
 SimData::~SimData()
 {
     for (SimFrame* frame : m_frames)
@@ -42,6 +50,8 @@ int SimData::saveToFile(ov::IFilePath* path, int fileType, int)
 
 ov::IMpxFrame* SimData::frameAt(unsigned index)
 {
+    if (m_fileEntry)
+        return simFrameAt(0);
     return simFrameAt(index);
 }
 

@@ -16,6 +16,11 @@ class SimData final : public ov::IData
 public:
     // An empty data object of a kind (ov::DataKind) with one reference.
     static SimData* create(int kind = ov::DataFrames);
+    // The data of one position in a file, as loadData gives it: it holds that one frame
+    // and answers frameAt with it whatever the index. The plug-in's frame store asks a
+    // loaded entry by its running number over all loaded files, which this object cannot
+    // know; the entry itself already names the frame.
+    static SimData* createFileEntry(SimFrame* frame);
 
     int incRef() override;
     int decRef() override;
@@ -42,6 +47,7 @@ private:
 
     std::atomic<int> m_refs {1};
     const int m_kind;
+    bool m_fileEntry = false;
     std::vector<SimFrame*> m_frames;
     LiveToken<Counted::Data> m_live;
 };

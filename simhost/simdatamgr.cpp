@@ -1,6 +1,7 @@
 #include "simdatamgr.h"
 
 #include "framefile.h"
+#include "multiframeseries.h"
 #include "simdata.h"
 #include "simfiletypes.h"
 #include "simframe.h"
@@ -60,8 +61,8 @@ ov::IData* SimDataMgr::loadData(ov::IFilePath* path, int index)
         logError("Loading " + name + ": the host cannot make a frame of that type and size");
         return nullptr;
     }
-    SimData* result = SimData::create(ov::DataFrames);
-    result->addFrame(frame);
+    frame->setOrigin(originOfFile(name));
+    SimData* result = SimData::createFileEntry(frame);
     frame->decRef();
     return result;
 }

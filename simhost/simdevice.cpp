@@ -1,5 +1,7 @@
 #include "simdevice.h"
 
+#include <QFileInfo>
+
 #include <cstring>
 
 namespace sim {
@@ -13,10 +15,13 @@ void SimDevice::attach(const Attachment& attachment)
     m_id.store(attachment.id);
     m_menu.store(attachment.menu);
     m_frameMemoryMb.store(attachment.frameMemoryMb);
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_hostLog = attachment.hostLog;
-    m_configPath = attachment.configPath;
-    m_factoryConfigPath = attachment.factoryConfigPath;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_hostLog = attachment.hostLog;
+        m_configPath = attachment.configPath;
+        m_factoryConfigPath = attachment.factoryConfigPath;
+    }
+    attached();
 }
 
 int SimDevice::fillDeviceInfo(ov::DevInfo* out) const
@@ -121,15 +126,35 @@ int SimDevice::reopen()
 
 int SimDevice::useFactoryConfig()
 {
-    QString path;
+    const QString path = factoryConfigPath();
+    if (path.isEmpty() || !QFileInfo(path).isFile()) {
+        log(ov::LogError,
+            QStringLiteral("No factory configuration for serial %1 (%2)")
+                .arg(serial())
+                .arg(path.isEmpty() ? QStringLiteral("no configuration folder") : path));
+        return -1;
+    }
+    const int rc = applyFactoryConfig(path);
+    if (rc != 0)
+        return rc;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_configPath = m_factoryConfigPath;
-        path = m_configPath;
+        m_configPath = path;
     }
     log(ov::LogInfo, QStringLiteral("Factory configuration loaded (%1)").arg(path));
     fireEvent("DeviceCfgChanged", 0);
     return 0;
+}
+
+int SimDevice::applyFactoryConfig(const QString&)
+{
+    return 0;
+}
+
+QString SimDevice::factoryConfigPath() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_factoryConfigPath;
 }
 
 QString SimDevice::configPath() const

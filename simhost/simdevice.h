@@ -99,13 +99,23 @@ public:
     virtual int reopen();
     int reconnectCount() const { return m_reconnects.load(); }
 
-    // Switches to the factory configuration file; fires "DeviceCfgChanged".
-    virtual int useFactoryConfig();
+    // Loads the factory configuration file (applyFactoryConfig) and makes it the
+    // device's configuration file; fires "DeviceCfgChanged". Without a factory file for
+    // this device: -1 and an error line in the log.
+    int useFactoryConfig();
     QString configPath() const;
+    QString factoryConfigPath() const;
     const ov::IMenuItem* menu() const { return m_menu.load(); }
 
     // Forgets every callback (the plug-in that registered them is gone).
     void dropCallbacks();
+
+protected:
+    // Called at the end of attach(), when the configuration paths are known.
+    virtual void attached() { }
+    // Takes the settings of an existing factory configuration file; 0 or a negative
+    // code. Devices without settings files take nothing.
+    virtual int applyFactoryConfig(const QString& path);
 
 private:
     const DeviceDesc m_desc;

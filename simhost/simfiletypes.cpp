@@ -1,6 +1,7 @@
 #include "simfiletypes.h"
 
 #include "framefile.h"
+#include "multiframeseries.h"
 #include "simframe.h"
 
 #include <fileops.h>
@@ -144,24 +145,34 @@ int saveFramesToFile(
                 for (int i = 0; i < frame->subFrameCount(); ++i)
                     views.push_back(viewOf(*frame->subFrame(i)));
         }
-        if (writeFrameFile(path, code, flags, views, &error) != 0) {
+        // One frame at a time may be one step of a loop over a measurement.
+        const int rc = frames.size() == 1
+            ? saveToMultiFrameSeries(*frames.front(), views, path, flags, &error)
+            : writeFrameFile(path, code, flags, views, &error);
+        if (frames.size() != 1)
+            endMultiFrameSeries(path);
+        if (rc != 0) {
             logFileError(QStringLiteral("Saving frames: %1").arg(qs(error)));
             return -1;
         }
         return 0;
     }
     // A single-frame type: one file per frame, numbered when there are several.
-    const int digits = outputIndexDigits(int(frames.size()));
     for (size_t i = 0; i < frames.size(); ++i) {
-        const std::string name = frames.size() == 1
-            ? path
-            : getFileNameIdx(std::filesystem::path(path), int(i), digits, "_", "");
+        const std::string name = frameFileName(path, int(i), int(frames.size()));
         if (writeFrameFile(name, code, flags, {viewOf(*frames[i])}, &error) != 0) {
             logFileError(QStringLiteral("Saving frames: %1").arg(qs(error)));
             return -1;
         }
     }
     return 0;
+}
+
+std::string frameFileName(const std::string& path, int index, int count)
+{
+    if (count == 1)
+        return path;
+    return getFileNameIdx(std::filesystem::path(path), index, outputIndexDigits(count), "_", "");
 }
 
 SimFrame* frameFromFileData(FrameData&& data)

@@ -80,6 +80,10 @@ void logFileError(const QString& text);
 int saveFramesToFile(
     const std::vector<const SimFrame*>& frames, const std::string& path, int code, unsigned flags);
 
+// The file that frame index of count frames goes to when a single-frame type saves
+// them to path: path itself for one frame, otherwise "<stem>_<index><ext>".
+std::string frameFileName(const std::string& path, int index, int count);
+
 // A new frame (one reference) from a frame read from a file; null if the host cannot
 // make a frame of that type and size.
 SimFrame* frameFromFileData(FrameData&& data);

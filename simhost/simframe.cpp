@@ -88,6 +88,16 @@ void convertRaw(const void* in, int inType, void* out, int outType, size_t count
 
 } // namespace
 
+namespace {
+std::atomic<uint64_t> nextFrameSerial {1};
+std::atomic<uint64_t> nextOrigin {1};
+} // namespace
+
+uint64_t SimFrame::newOrigin()
+{
+    return nextOrigin.fetch_add(1, std::memory_order_relaxed);
+}
+
 SimFrame* SimFrame::create(unsigned width, unsigned height, int dataType)
 {
     if (!isFrameType(dataType) || width == 0 || height == 0 || width > 65536 || height > 65536)
@@ -99,7 +109,8 @@ SimFrame::SimFrame(unsigned width, unsigned height, int dataType)
     : m_width(width),
       m_height(height),
       m_type(dataType),
-      m_data(size_t(width) * height * frameTypeSize(dataType), 0)
+      m_data(size_t(width) * height * frameTypeSize(dataType), 0),
+      m_serial(nextFrameSerial.fetch_add(1, std::memory_order_relaxed))
 { }
 
 SimFrame::~SimFrame()

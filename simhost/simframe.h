@@ -128,6 +128,15 @@ public:
     // Memory held by the pixels of this frame and its sub-frames.
     size_t memoryBytes() const;
     std::string name() const { return m_name; }
+    // Where the frame comes from: the frames of one measurement round, or of one file
+    // read back, share an origin (0: none). serial() orders frames by their creation.
+    // Saving frame by frame to one multi-frame file uses both to tell a save loop from
+    // a new save.
+    uint64_t origin() const { return m_origin.load(std::memory_order_acquire); }
+    void setOrigin(uint64_t origin) { m_origin.store(origin, std::memory_order_release); }
+    uint64_t serial() const { return m_serial; }
+    // A fresh origin, never 0 and never given out before.
+    static uint64_t newOrigin();
 
 private:
     SimFrame(unsigned width, unsigned height, int dataType);
@@ -174,6 +183,8 @@ private:
     std::string m_name;
     double m_acqTime = 0.0;
     uint64_t m_infoSource = 0;
+    const uint64_t m_serial;
+    std::atomic<uint64_t> m_origin {0};
     std::shared_ptr<const std::vector<uint8_t>> m_mask;
     std::vector<SimFrame*> m_subFrames;
     std::atomic<uint64_t> m_generation {1};

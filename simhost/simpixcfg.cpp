@@ -1,5 +1,11 @@
 #include "simpixcfg.h"
 
+#include "pixcfgfile.h"
+
+#include <ovcore.h>
+
+#include <QString>
+
 #include <algorithm>
 #include <cstring>
 
@@ -19,6 +25,8 @@ SimPixCfg::SimPixCfg(const SimPixCfg& other, bool asCopy)
     : m_width(other.m_width), m_height(other.m_height), m_kind(other.m_kind), m_isCopy(asCopy)
 {
     m_px = other.snapshot();
+    std::lock_guard<std::mutex> lock(other.m_mutex);
+    m_logHook = other.m_logHook;
 }
 
 SimPixCfg::~SimPixCfg() = default;
@@ -33,6 +41,23 @@ void SimPixCfg::setChangeHook(std::function<void()> hook)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_hook = std::move(hook);
+}
+
+void SimPixCfg::setLogHook(LogFn hook)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_logHook = std::move(hook);
+}
+
+void SimPixCfg::report(const std::string& text) const
+{
+    LogFn hook;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        hook = m_logHook;
+    }
+    if (hook)
+        hook(ov::LogError, QString::fromStdString(text));
 }
 
 SimPixCfg* SimPixCfg::makeCopy() const
@@ -50,6 +75,30 @@ int SimPixCfg::assign(const SimPixCfg& other)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_px = std::move(px);
+    }
+    changed();
+    return 0;
+}
+
+int SimPixCfg::replacePlanes(const SimPixCfg::Pixels& px)
+{
+    const size_t n = size_t(m_width) * m_height;
+    const std::vector<uint8_t>* planes[] = {&px.mask, &px.test, &px.thl, &px.mode};
+    bool any = false;
+    for (const std::vector<uint8_t>* plane : planes) {
+        if (!plane->empty() && plane->size() != n)
+            return -1;
+        any = any || !plane->empty();
+    }
+    if (!any)
+        return 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        const Field fields[] = {Mask, Test, Thl, Mode};
+        for (int i = 0; i < 4; ++i) {
+            if (!planes[i]->empty())
+                field(fields[i]) = *planes[i];
+        }
     }
     changed();
     return 0;
@@ -297,14 +346,27 @@ int SimPixCfg::thlBits(ov::IByteBuff* out, int chip) const
     return bits(Thl, out, chip);
 }
 
-int SimPixCfg::loadFromFile(ov::FilePath&, int)
+int SimPixCfg::loadFromFile(ov::FilePath& path, int format)
 {
-    return -1;
+    const PixCfgShape shape {m_width, m_height, m_kind};
+    Pixels px;
+    std::string error;
+    const int rc = loadPixCfgFile(path.get(), format, shape, &px, &error);
+    if (rc != PixCfgFileOk) {
+        report("Pixel configuration not loaded: " + error);
+        return rc;
+    }
+    return replacePlanes(px);
 }
 
-int SimPixCfg::saveToFile(ov::FilePath&, int)
+int SimPixCfg::saveToFile(ov::FilePath& path, int format)
 {
-    return -1;
+    const PixCfgShape shape {m_width, m_height, m_kind};
+    std::string error;
+    const int rc = savePixCfgFile(path.get(), format, shape, snapshot(), &error);
+    if (rc != PixCfgFileOk)
+        report("Pixel configuration not saved: " + error);
+    return rc;
 }
 
 int SimPixCfg::resetAll()

@@ -8,7 +8,14 @@
 // releaseCopy deletes. Every change of the live configuration bumps its version and
 // calls the change hook (the device fires "PixCfgChanged"), after the lock is released.
 // All operations are thread-safe.
+//
+// Files (pixcfgfile.h): format 0 the binary "*.bpc" of all components, formats 1 to 5
+// text matrices of one component. Loading checks the whole file first and then
+// replaces the components it holds in one step; a file that cannot be used leaves the
+// configuration as it was and writes an error line through the log hook.
 #pragma once
+
+#include "hostlog.h"
 
 #include <ovdetector.h>
 
@@ -45,6 +52,8 @@ public:
     Pixels snapshot() const;
     uint64_t version() const { return m_version.load(); }
     void setChangeHook(std::function<void()> hook);
+    // Where file errors are reported; working copies inherit it.
+    void setLogHook(LogFn hook);
     bool isCopy() const { return m_isCopy; }
     unsigned width() const { return m_width; }
     unsigned height() const { return m_height; }
@@ -52,6 +61,9 @@ public:
     SimPixCfg* makeCopy() const;
     // Takes over the pixels of other; -1 when the geometry or kind differ.
     int assign(const SimPixCfg& other);
+    // Replaces the planes that px holds (non-empty vectors of width x height values,
+    // checked by the caller) in one step; -1 for a plane of the wrong size.
+    int replacePlanes(const SimPixCfg::Pixels& px);
 
     // ov::IMpxPixCfg
     int kind() const override { return m_kind; }
@@ -85,7 +97,8 @@ public:
     uint8_t thl(unsigned pixel) const override;
     int thlBits(ov::IByteBuff* out, int chip = 0) const override;
     uint8_t thlMax() const override { return kThlMax; }
-    // Configuration files come with the file formats; until then -1.
+    // Format 0 "*.bpc", 1 mask, 2 test, 3 THL, 4 THH (Medipix2), 5 mode (Timepix).
+    // 0, or a PixCfgFileResult below 0 with an error line in the log.
     int loadFromFile(ov::FilePath& path, int format) override;
     int saveToFile(ov::FilePath& path, int format) override;
     int resetAll() override;
@@ -123,6 +136,7 @@ private:
     int bits(Field f, ov::IByteBuff* out, int chip) const;
     int stepLine(bool column, unsigned index, int step, int flag);
     void changed();
+    void report(const std::string& text) const;
 
     const unsigned m_width;
     const unsigned m_height;
@@ -132,6 +146,7 @@ private:
     Pixels m_px;
     std::atomic<uint64_t> m_version {1};
     std::function<void()> m_hook;
+    LogFn m_logHook;
 };
 
 } // namespace sim

@@ -38,6 +38,10 @@ TimepixDevice::TimepixDevice(const DeviceDesc& desc)
 {
     m_pixCfg->setChangeHook([this] { raise("PixCfgChanged", 0); });
     m_dacs->setChangeHook([this] { raise("DacsChanged", 0); });
+    // File errors go to the device log (working copies inherit the hook; they must not
+    // outlive the device).
+    m_pixCfg->setLogHook([this](unsigned level, const QString& text) { log(level, text); });
+    m_dacs->setLogHook([this](unsigned level, const QString& text) { log(level, text); });
     // Each chip has its own noise edge and threshold step; the factory calibration
     // knows them to within a little (Medipix2 chips come uncalibrated).
     Rng rng(seedOf(desc.serial, 0xca11b));
@@ -375,16 +379,6 @@ ov::IMpxFrame* TimepixDevice::acqFrameRefInc(unsigned index)
 
 // ---------------------------------------------------------------------------------
 // Device settings
-
-int TimepixDevice::loadConfigFile(ov::IFilePath*)
-{
-    return -1;
-}
-
-int TimepixDevice::saveConfigFile(ov::IFilePath*)
-{
-    return -1;
-}
 
 int TimepixDevice::deviceStatusText(ov::IString* out)
 {

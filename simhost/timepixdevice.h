@@ -55,9 +55,16 @@ public:
 
     // ov::IDevMpx
     ov::IParamMgr* paramMgr() override { return nullptr; }
-    // Configuration files come with the file formats; until then -1.
+    // Device configuration files (devicecfgfile.h, timepixconfig.cpp): the ini file and,
+    // beside it, "<name>.bpc" and "<name>.dacs". Loading checks all three files before
+    // it changes anything. 0, or a negative code with an error line in the log: -1 no
+    // path, -2 a file cannot be read or written, -3 a damaged file or one for another
+    // kind or geometry of device.
     int loadConfigFile(ov::IFilePath* path) override;
     int saveConfigFile(ov::IFilePath* path) override;
+    // The configuration a device of this serial leaves the factory with: default DACs,
+    // THL adjustments that equalise the pixels' threshold offsets, hot pixels masked.
+    int writeFactoryConfig(const QString& path);
     int deviceStatusText(ov::IString* out) override;
     int deviceStatus() override { return statusCode(); }
     int doAdvancedAcquisition(
@@ -128,8 +135,17 @@ public:
     static constexpr double kMaxPulseHeight = 2.0;
     static constexpr double kMaxPulsePeriod = 0.01;
 
+protected:
+    // Writes the factory configuration into the home folder when the device has one and
+    // the file is missing.
+    void attached() override;
+    int applyFactoryConfig(const QString& path) override;
+
 private:
     class Series;
+    // announce: fire "DeviceCfgChanged" for the settings that have no event of their own.
+    int loadConfig(const QString& path, bool announce);
+    int saveConfig(const QString& path, const SimPixCfg::Pixels& px, const std::vector<int>& dacs);
     struct ChipCal
     {
         uint16_t k = 1;

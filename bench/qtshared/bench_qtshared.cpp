@@ -5,7 +5,9 @@
 // --benchmark_repetitions, the medians).
 #include "../common/medianreporter.h"
 #include "colormap.h"
+#include "paintbands.h"
 #include "qmpximage.h"
+#include "qmpxlinearfused.h"
 #include "qmpxpaintloops.h"
 
 #include <QApplication>
@@ -13,6 +15,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -23,7 +26,7 @@
 
 namespace {
 
-const int sizes[] = {256, 512, 2048};
+const int sizes[] = {128, 256, 512, 1024, 2048};
 std::map<int, double> baselinePixelsPerSecond;
 
 std::vector<double> frameValues(int n)
@@ -83,23 +86,49 @@ void baselineLoop(const double* in, std::uint32_t* out, std::size_t n)
     loop(in, out, n);
 }
 
-// Pixels per second of the baseline loop: median of several timed passes.
-double measureBaseline(int n)
+// Pixels per second of one call of pass() over n pixels: the median of single
+// timed passes, so that passes the system interrupts drop out.
+template <typename PassFn>
+double medianPassRate(std::size_t n, int passes, PassFn pass)
 {
-    const std::vector<double> in = frameValues(n);
-    std::vector<std::uint32_t> out(in.size());
     std::vector<double> rates;
-    for (int pass = 0; pass < 31; ++pass) {
+    for (int i = 0; i < passes; ++i) {
         const auto t0 = std::chrono::steady_clock::now();
-        baselineLoop(in.data(), out.data(), in.size());
-        benchmark::DoNotOptimize(out.data());
+        pass();
         benchmark::ClobberMemory();
         const double s
             = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-        rates.push_back(double(in.size()) / s);
+        rates.push_back(double(n) / s);
     }
     std::sort(rates.begin(), rates.end());
     return rates[rates.size() / 2];
+}
+
+double measureBaseline(int n, int passes = 31)
+{
+    const std::vector<double> in = frameValues(n);
+    std::vector<std::uint32_t> out(in.size());
+    return medianPassRate(in.size(), passes, [&] {
+        baselineLoop(in.data(), out.data(), in.size());
+        benchmark::DoNotOptimize(out.data());
+    });
+}
+
+// The same for paintFrame of the linear loop, with the helper thread from the
+// given number of pixels.
+double measureLinear(int n, int passes, std::size_t threadedFrom)
+{
+    const std::vector<double> in = frameValues(n);
+    QMpxImage image;
+    image.setFrameData(in.data(), unsigned(n), unsigned(n));
+    const std::size_t threaded = mpxpaint::threadedPixels();
+    mpxpaint::setThreadedPixels(threadedFrom);
+    const double rate = medianPassRate(in.size(), passes, [&] {
+        image.paintFrame(0.0, 1000.0, false, true, true);
+        benchmark::DoNotOptimize(image.getImage().constBits());
+    });
+    mpxpaint::setThreadedPixels(threaded);
+    return rate;
 }
 
 void setCounters(benchmark::State& state, int n)
@@ -127,6 +156,8 @@ void BM_Baseline(benchmark::State& state)
 enum Loop {
     Linear,
     LinearOneThread,
+    LinearTwoThreads,
+    LinearAvx2,
     LinearMasked,
     LinearLog,
     Gamma,
@@ -153,13 +184,37 @@ void BM_PaintFrame(benchmark::State& state, Loop loop)
     const std::size_t threaded = mpxpaint::threadedPixels();
     if (loop == LinearOneThread)
         mpxpaint::setThreadedPixels(SIZE_MAX);
+    if (loop == LinearTwoThreads)
+        mpxpaint::setThreadedPixels(0);
+    if (loop == LinearAvx2)
+        mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Avx2);
     for (auto _ : state) {
         image.paintFrame(0.0, 1000.0, masked, true, true);
         benchmark::DoNotOptimize(image.getImage().constBits());
         benchmark::ClobberMemory();
     }
     mpxpaint::setThreadedPixels(threaded);
+    mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
     setCounters(state, n);
+}
+
+// What sharing a frame with the helper thread costs: a job of two bands that each
+// keep a thread busy for the given microseconds. With bands of 0 the caller
+// usually takes both before the helper wakes (the cost of the wake-up call);
+// with longer bands the time above one band is the helper's delay in joining.
+void BM_HandOff(benchmark::State& state)
+{
+    const auto bandTime = std::chrono::microseconds(state.range(0));
+    std::atomic<unsigned int> rowsDone {0};
+    auto rows = [&rowsDone, bandTime](unsigned int first, unsigned int end) {
+        const auto until = std::chrono::steady_clock::now() + bandTime;
+        while (std::chrono::steady_clock::now() < until) { }
+        rowsDone.fetch_add(end - first, std::memory_order_relaxed);
+    };
+    for (auto _ : state)
+        mpxpaint::runBands(2, 1, rows);
+    if (rowsDone.load() != 2 * state.iterations())
+        state.SkipWithError("rows lost");
 }
 
 template <typename T>
@@ -204,11 +259,20 @@ int main(int argc, char** argv)
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear", BM_PaintFrame, Linear));
     addSizes(
         benchmark::RegisterBenchmark("paintFrame/linear_1thread", BM_PaintFrame, LinearOneThread));
+    addSizes(benchmark::RegisterBenchmark(
+        "paintFrame/linear_2threads", BM_PaintFrame, LinearTwoThreads));
+    addSizes(benchmark::RegisterBenchmark("paintFrame/linear_avx2", BM_PaintFrame, LinearAvx2));
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear_masked", BM_PaintFrame, LinearMasked));
     addSizes(benchmark::RegisterBenchmark("paintFrame/linear_log", BM_PaintFrame, LinearLog));
     addSizes(benchmark::RegisterBenchmark("paintFrame/gamma", BM_PaintFrame, Gamma));
     addSizes(benchmark::RegisterBenchmark("paintFrame/raw", BM_PaintFrame, Raw));
     addSizes(benchmark::RegisterBenchmark("paintFrame/decode", BM_PaintFrame, Decode));
+    benchmark::RegisterBenchmark("handOff", BM_HandOff)
+        ->Arg(0)
+        ->Arg(20)
+        ->Arg(100)
+        ->Unit(benchmark::kMicrosecond)
+        ->UseRealTime();
     addSizes(benchmark::RegisterBenchmark("setData/short", BM_SetData<short>));
     addSizes(benchmark::RegisterBenchmark("setData/uint32", BM_SetData<unsigned int>));
     addSizes(benchmark::RegisterBenchmark("setData/double", BM_SetData<double>));
@@ -238,6 +302,23 @@ int main(int argc, char** argv)
             const double base = baselineMpix.count(key) ? baselineMpix[key] : 0.0;
             std::fprintf(out, "%-40s %10.1f %12.2f\n", line.name.c_str(), mpixOf(line),
                 base > 0 ? mpixOf(line) / base : 0.0);
+        }
+    }
+    // Medians of single passes, which a loaded machine disturbs less than the
+    // averages over many passes above.
+    for (std::FILE* out : {stdout, file}) {
+        if (out)
+            std::fprintf(out, "\n%-40s %10s %10s %10s %8s %8s\n", "single passes (median of 201)",
+                "baseline", "1 thread", "2 threads", "ratio 1", "ratio 2");
+    }
+    for (int n : {512, 1024, 2048}) {
+        const double base = measureBaseline(n, 201);
+        const double one = measureLinear(n, 201, SIZE_MAX);
+        const double two = measureLinear(n, 201, 0);
+        for (std::FILE* out : {stdout, file}) {
+            if (out)
+                std::fprintf(out, "linear %-33d %10.1f %10.1f %10.1f %8.2f %8.2f\n", n, base / 1e6,
+                    one / 1e6, two / 1e6, one / base, two / base);
         }
     }
     if (file)

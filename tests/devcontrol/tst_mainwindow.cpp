@@ -81,9 +81,9 @@ private slots:
         MainWindow* w = f.window();
         // Two motors share one tab.
         QCOMPARE(tabTexts(w),
-            QStringList(
-                {"W0512", "F0317", "M0102", "T0221", "Samples", "Motors", "Tube", "Supply"}));
-        QCOMPARE(w->deviceList().size(), 9);
+            QStringList({"W0512", "B0208", "F0317", "M0102", "T0221", "Samples", "Motors", "Tube",
+                "Supply"}));
+        QCOMPARE(w->deviceList().size(), 10);
         QCOMPARE(w->sharedMotorView()->motors().size(), 2);
         QCOMPARE(w->tabWidget()->currentIndex(), 0);
         QCOMPARE(w->windowTitle(),

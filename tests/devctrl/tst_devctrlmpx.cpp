@@ -162,6 +162,24 @@ private slots:
         QCOMPARE(call.tpBlock, block ? static_cast<const void*>(tp + 4) : nullptr);
     }
 
+    // Stop between Start and the device's start: the device is not asked to measure,
+    // and the measurement ends as aborted.
+    void stopBeforeTheDeviceBeganIsNotLost()
+    {
+        QCOMPARE(ctrl->stopAcq(), 0);
+        QSignalSpy finished(ctrl.get(), &DevCtrlMpx::acqAllFinished);
+        ctrl->run();
+        QCOMPARE(dev->calls().size(), size_t(0));
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(finished.at(0).at(0).toInt(), -1007);
+        QCOMPARE(ctrl->lastAcqResult(), -1007);
+        QVERIFY(!ctrl->isAcqRunning());
+        QVERIFY(QTest::qWaitFor([] { return DevCtrlMpx::detachedThreadCount() == 0; }, 10000));
+        // The next start clears the request and measures.
+        QCOMPARE(runToEnd(), 0);
+        QCOMPARE(dev->calls().size(), size_t(1));
+    }
+
     void noFileOutputSendsEmptyStringNotNull()
     {
         ctrl->acqParams().outputFile = "/somewhere/frames.txt";
@@ -461,12 +479,14 @@ private slots:
         ctrl->acqParams().acqCount = 33;
         ctrl->setFrameRange(2.0, 40.0);
         ctrl->saveSettings(&s);
-        QCOMPARE(s.writes.size(), size_t(20));
-        QCOMPARE(s.writes.front(), std::string("Acq/Type"));
-        QCOMPARE(s.writes[16], std::string("Acq/TpSpacing"));
-        QCOMPARE(s.writes[17], std::string("Image/NormalizeByTime"));
-        QCOMPARE(s.writes[18], std::string("Image/MinRange"));
-        QCOMPARE(s.writes[19], std::string("Image/MaxRange"));
+        // The Timepix controller's four test-pulse keys come before the base's.
+        QCOMPARE(s.writes.size(), size_t(24));
+        QCOMPARE(s.writes.front(), std::string("TpPars/Count"));
+        QCOMPARE(s.writes[4], std::string("Acq/Type"));
+        QCOMPARE(s.writes[20], std::string("Acq/TpSpacing"));
+        QCOMPARE(s.writes[21], std::string("Image/NormalizeByTime"));
+        QCOMPARE(s.writes[22], std::string("Image/MinRange"));
+        QCOMPARE(s.writes[23], std::string("Image/MaxRange"));
 
         FakeDevice other(1);
         ProbeCtrl fresh(nullptr, &other, nullptr, nullptr);

@@ -5,6 +5,7 @@
 #include "colormap.h"
 #include "qfancystatusbar.h"
 #include "qmpxframe.h"
+#include "simdevice.h"
 
 #include <QAction>
 #include <QDesktopServices>
@@ -15,6 +16,9 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QUrl>
+
+#include <thread>
+#include <vector>
 
 using namespace PluginDevControl;
 
@@ -43,6 +47,28 @@ public:
 public slots:
     void open(const QUrl& url) { urls << url; }
 };
+
+// The pixels of a frame as doubles; empty for no frame.
+std::vector<double> pixelsOf(ov::IMpxFrame* frame)
+{
+    if (!frame)
+        return {};
+    ov::DataBuff<double> data;
+    frame->getData(&data, 9);
+    return std::vector<double>(data.data(), data.data() + data.size());
+}
+
+// Measures count frames from the controller and waits until everything has ended.
+bool measure(DevCtrlMpx* ctrl, int count)
+{
+    ctrl->acqParams().acqCount = count;
+    // Long enough for every frame to differ from the others.
+    ctrl->acqParams().acqTime = 0.01;
+    if (ctrl->startAcq() != 0)
+        return false;
+    return QTest::qWaitFor([ctrl] { return !ctrl->isAcqRunning(); }, 30000)
+        && QTest::qWaitFor([] { return DevCtrlMpx::detachedThreadCount() == 0; }, 30000);
+}
 
 int countMasked(ov::IMpxPixCfg* cfg, unsigned pixels)
 {
@@ -159,6 +185,14 @@ private slots:
         QTest::keyClick(page.fixture.window(), Qt::Key_R, Qt::ControlModifier);
         QCOMPARE(userAngle(), 90);
         QVERIFY(ui.acRotate90->isChecked());
+        // Each angle of the sub-menu, chosen directly.
+        const std::pair<QAction*, int> angles[]
+            = {{ui.acRotate270, 270}, {ui.acRotate0, 0}, {ui.acRotate90, 90}};
+        for (const auto& [action, angle] : angles) {
+            action->trigger();
+            QCOMPARE(userAngle(), angle);
+            QVERIFY(action->isChecked());
+        }
 
         const QList<QAction*> maps = ui.colorMapActions();
         for (int i = 0; i < maps.size(); ++i) {
@@ -212,6 +246,12 @@ private slots:
         QVERIFY(!ui.acPixCfgToggleRow->isChecked());
         ui.acPixCfgTogglePixel->trigger();
         QCOMPARE(page.image()->pixCfgMode, int(QMpxImage::PixCfgPixel));
+        QVERIFY(!page.image()->selectionEnabled);
+        // "No Toggling" gives the selection back.
+        ui.acPixCfgNone->trigger();
+        QCOMPARE(page.image()->pixCfgMode, int(QMpxImage::PixCfgNone));
+        QVERIFY(page.image()->selectionEnabled);
+        ui.acPixCfgTogglePixel->trigger();
 
         // Mask all and unmask all act on the device's configuration.
         ov::IMpxPixCfg* cfg = page.device()->pixCfg();
@@ -307,6 +347,96 @@ private slots:
 
         ui.acAutoUpdate->trigger();
         QVERIFY(!ui.acAutoUpdate->isChecked());
+    }
+
+    // With Auto Update off a measurement leaves the picture alone; switching it on
+    // shows the frame before the one the spin box names.
+    void autoUpdateOffKeepsThePicture()
+    {
+        TimepixPage page;
+        QVERIFY(page.view);
+        const Ui_DevViewMpx& ui = page.ui();
+        DevCtrlMpx* ctrl = page.ctrl();
+        QVERIFY(measure(ctrl, 3));
+        QTRY_COMPARE(page.view->frameBox()->maximum(), 2);
+        QApplication::processEvents();
+
+        // Switching off shows the frame before the spin box's one, like switching on.
+        ui.acAutoUpdate->trigger();
+        QVERIFY(!ui.acAutoUpdate->isChecked());
+        ov::RefData<ov::IMpxFrame> firstRunSecond(ctrl->frame(1), false);
+        const std::vector<double> before
+            = pixelsOf(ov::RefData<ov::IMpxFrame>(ctrl->currentFrame()).get());
+        QVERIFY(!before.empty());
+        QCOMPARE(before, pixelsOf(firstRunSecond.get()));
+        QVERIFY(measure(ctrl, 3));
+        QApplication::processEvents();
+        QCOMPARE(pixelsOf(ov::RefData<ov::IMpxFrame>(ctrl->currentFrame()).get()), before);
+        ov::RefData<ov::IMpxFrame> newest(ctrl->frame(2), false);
+        QVERIFY(pixelsOf(newest.get()) != before);
+
+        ui.acAutoUpdate->trigger();
+        QVERIFY(ui.acAutoUpdate->isChecked());
+        QCOMPARE(page.view->frameBox()->value(), 2);
+        ov::RefData<ov::IMpxFrame> second(ctrl->frame(1), false);
+        QCOMPARE(pixelsOf(ov::RefData<ov::IMpxFrame>(ctrl->currentFrame()).get()),
+            pixelsOf(second.get()));
+    }
+
+    // "Show Masked Pixels" hands the device's mask to the picture, which draws the masked
+    // pixels in its special colour, and stops when switched off.
+    void showMaskedPixelsMarksTheMaskedPixels()
+    {
+        TimepixPage page;
+        QVERIFY(page.view);
+        const Ui_DevViewMpx& ui = page.ui();
+        DevCtrlMpx* ctrl = page.ctrl();
+        ov::IMpxPixCfg* cfg = page.device()->pixCfg();
+        const unsigned width = static_cast<unsigned>(page.device()->width());
+        const unsigned masked = 10 * width + 20; // pixel (20, 10)
+        QCOMPARE(cfg->setMaskBit(masked, true), 0);
+        QVERIFY(measure(ctrl, 1));
+        QApplication::processEvents();
+        if (ui.acShowMaskedPixels->isChecked())
+            ui.acShowMaskedPixels->trigger();
+        QVERIFY(!page.image()->showMasked);
+        ui.acShowMaskedPixels->trigger();
+        QVERIFY(ui.acShowMaskedPixels->isChecked());
+        QVERIFY(page.image()->showMasked);
+        // The picture's mask plane marks the masked pixel (and only it, nearby) with the
+        // value the paint loops draw in the special colour.
+        QMpxImage* image = page.image();
+        QVERIFY(image->mask != nullptr);
+        QCOMPARE(int(image->mask[masked]), image->getMaskValue());
+        QVERIFY(int(image->mask[masked + 1]) != image->getMaskValue());
+        ui.acShowMaskedPixels->trigger();
+        QVERIFY(!page.image()->showMasked);
+    }
+
+    // Host events from a host thread: a lock disables the configuration tool bar until
+    // the unlock; a changed device menu and a changed device configuration reach the
+    // window as the page's signals.
+    void hostEventsReachThePage()
+    {
+        TimepixPage page;
+        QVERIFY(page.view);
+        auto* device = dynamic_cast<sim::SimDevice*>(page.dev);
+        QVERIFY(device);
+        const Ui_DevViewMpx& ui = page.ui();
+        QVERIFY(ui.secondToolbar->isEnabled());
+        std::thread([device] { device->setLocked(true); }).join();
+        QTRY_VERIFY(!ui.secondToolbar->isEnabled());
+        std::thread([device] { device->setLocked(false); }).join();
+        QTRY_VERIFY(ui.secondToolbar->isEnabled());
+
+        QSignalSpy menu(page.view, &DevViewMpx::sigMenuChanged);
+        std::thread([device] { device->fireEvent("DevMenuChanged", 0); }).join();
+        QTRY_COMPARE(menu.count(), 1);
+
+        QSignalSpy reconnect(page.view, &DevViewMpx::sigReconnect);
+        std::thread([device] { device->fireEvent("DeviceCfgChanged", 0); }).join();
+        QTRY_COMPARE(reconnect.count(), 1);
+        QCOMPARE(menu.count(), 2);
     }
 
     void dockingReconnectHelpAndSaveConfig()

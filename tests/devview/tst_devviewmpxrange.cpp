@@ -144,8 +144,9 @@ private slots:
                 titles << action->text();
                 shown << action->isChecked();
             }
-            QCOMPARE(titles, QStringList({"Image Properties", "Advanced Image Properties"}));
-            QCOMPARE(shown, QList<bool>({true, false}));
+            QCOMPARE(titles,
+                QStringList({"Image Properties", "Advanced Image Properties", "Measurement"}));
+            QCOMPARE(shown, QList<bool>({true, false, true}));
             auto* panel = page.view->findChild<PnlImageProps*>();
             panel->autoRangeCheckBox()->setChecked(false);
             panel->setRange(12.0, 345.0);

@@ -2,6 +2,7 @@
 #include "colormap.h"
 #include "orientations.h"
 #include "qmpximage.h"
+#include "qmpxlinearfused.h"
 #include "qmpxpaintloops.h"
 
 #include <QTest>
@@ -94,6 +95,8 @@ std::vector<double> sweepValues(double min, double max, unsigned int top)
 
 } // namespace
 
+Q_DECLARE_METATYPE(mpxpaint::LoopLimit)
+
 class TstMpxImagePaint : public QObject
 {
     Q_OBJECT
@@ -149,11 +152,22 @@ private slots:
         }
     }
 
+    void linearLoopOnWideAndLargeFrames_data()
+    {
+        QTest::addColumn<mpxpaint::LoopLimit>("limit");
+        QTest::newRow("widest") << mpxpaint::LoopLimit::Widest;
+        QTest::newRow("AVX2") << mpxpaint::LoopLimit::Avx2;
+        QTest::newRow("division") << mpxpaint::LoopLimit::Division;
+    }
+
     void linearLoopOnWideAndLargeFrames()
     {
-        // Rows longer than the loop's internal blocks, and a frame large enough to be
-        // painted by two threads, against the rules applied one pixel at a time.
-        const unsigned int sizes[][2] = {{300, 5}, {1100, 1000}};
+        // Rows longer than the loop's internal blocks and not a multiple of its
+        // vector steps, and a frame large enough to be painted by two threads,
+        // against the rules applied one pixel at a time.
+        QFETCH(mpxpaint::LoopLimit, limit);
+        mpxpaint::setLoopLimit(limit);
+        const unsigned int sizes[][2] = {{300, 5}, {1100, 1000}, {13, 3}};
         for (const auto& size : sizes) {
             const unsigned int w = size[0];
             const unsigned int h = size[1];
@@ -186,20 +200,24 @@ private slots:
                         const auto i = expectedIndex(o.angle, pw, ph, x, y);
                         const unsigned int expected = referenceLinear(
                             values[i], mask[i] == 0, 10.5, 1000.25, false, true, map);
-                        if (image.getImage().pixel(x, y) != expected)
+                        if (image.getImage().pixel(x, y) != expected) {
+                            mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
                             QFAIL(qPrintable(
                                 QString("angle %1 pixel %2,%3").arg(o.angle).arg(x).arg(y)));
+                        }
                     }
                 }
             }
         }
+        mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
     }
 
     void linearFastWayMatchesTheRuleAtBucketBoundaries_data()
     {
-        QTest::addColumn<bool>("generic");
-        QTest::newRow("fast way") << false;
-        QTest::newRow("division") << true;
+        QTest::addColumn<mpxpaint::LoopLimit>("limit");
+        QTest::newRow("fast way, widest") << mpxpaint::LoopLimit::Widest;
+        QTest::newRow("fast way, AVX2") << mpxpaint::LoopLimit::Avx2;
+        QTest::newRow("division") << mpxpaint::LoopLimit::Division;
     }
 
     void linearFastWayMatchesTheRuleAtBucketBoundaries()
@@ -207,8 +225,8 @@ private slots:
         // The loop multiplies by the reciprocal of the step and corrects by one
         // comparison with a threshold: every colour must be the rule's, above all
         // where integer values meet a bucket boundary exactly.
-        QFETCH(bool, generic);
-        mpxpaint::useGenericLoopsOnly(generic);
+        QFETCH(mpxpaint::LoopLimit, limit);
+        mpxpaint::setLoopLimit(limit);
         const double ranges[][2] = {{0, 1000}, {10.5, 1000.25}, {0, 255}, {-1, 1}, {0, 100},
             {-50, 1150}, {1e6, 1e6 + 1}, {0, 1e-300}, {-1e300, 1e300}, {0.1, 0.3}, {3, 7},
             {0, 1e-310}, {-4096, 0}, {0, 65535}};
@@ -244,7 +262,7 @@ private slots:
                             values[i], flags && mask[i] == 0, min, max, flags, !flags, map);
                         const unsigned int got = image.getImage().pixel(x, 0);
                         if (got != expected) {
-                            mpxpaint::useGenericLoopsOnly(false);
+                            mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
                             QFAIL(qPrintable(
                                 QString("range %1..%2 count %3 value %4: %5, expected %6")
                                     .arg(min, 0, 'g', 17)
@@ -259,41 +277,49 @@ private slots:
                 }
             }
         }
-        mpxpaint::useGenericLoopsOnly(false);
+        mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
         QVERIFY(checked > 100000);
     }
 
     void linearFastWayOnRandomValues()
     {
-        // Dense random values over and around a range with an awkward step.
+        // Dense random values over and around a range with an awkward step, some masked.
         std::vector<double> values(1 << 18);
         std::uint64_t state = 0x9E3779B97F4A7C15ull;
         for (double& v : values) {
             state = state * 6364136223846793005ull + 1442695040888963407ull;
             v = double(state >> 11) * 0x1p-53 * 1.2 * 977.3 - 0.1 * 977.3 + 13.7;
         }
-        for (const bool generic : {false, true}) {
-            mpxpaint::useGenericLoopsOnly(generic);
+        std::vector<unsigned char> mask(values.size(), 1);
+        for (std::size_t i = 0; i < mask.size(); i += 13)
+            mask[i] = 0;
+        for (const mpxpaint::LoopLimit limit : {mpxpaint::LoopLimit::Widest,
+                 mpxpaint::LoopLimit::Avx2, mpxpaint::LoopLimit::Division}) {
+            mpxpaint::setLoopLimit(limit);
             QMpxImage image;
             image.setDefaultColorMap(ColorMap::Jet);
             image.setMirrored(false);
             image.setRotation(0);
             image.setFrameData(values.data(), 512, 512);
+            image.setMask(mask.data(), 512, 512);
+            image.showMasked = true;
             image.rangeMin = 13.7;
             image.rangeMax = 13.7 + 977.3;
             image.redraw();
             const ColorMap& map = *image.getColorMap();
             for (int y = 0; y < 512; ++y)
                 for (int x = 0; x < 512; ++x) {
-                    const double v = values[std::size_t(y) * 512 + x];
+                    const std::size_t i = std::size_t(y) * 512 + x;
+                    const double v = values[i];
                     if (image.getImage().pixel(x, y)
-                        != referenceLinear(v, false, 13.7, 13.7 + 977.3, false, false, map)) {
-                        mpxpaint::useGenericLoopsOnly(false);
+                        != referenceLinear(
+                            v, mask[i] == 0, 13.7, 13.7 + 977.3, false, false, map)) {
+                        mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
                         QFAIL(qPrintable(QString("value %1").arg(v, 0, 'g', 17)));
                     }
                 }
         }
-        mpxpaint::useGenericLoopsOnly(false);
+        mpxpaint::setLoopLimit(mpxpaint::LoopLimit::Widest);
     }
 
     void linearRoundsToNearestEntry()

@@ -44,7 +44,7 @@ private slots:
         QVERIFY(probe->windowBuiltInInit);
         // onStart's blocking call to the GUI thread went through while it was waiting.
         QVERIFY(probe->windowShownInStart);
-        QCOMPARE(probe->devicesAtInit.load(), 9);
+        QCOMPARE(probe->devicesAtInit.load(), 10);
         QVERIFY(probe->mainUiIsDevcontrol);
 
         int visible = 0;

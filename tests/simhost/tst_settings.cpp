@@ -99,9 +99,11 @@ private slots:
         QCOMPARE(core->getString("NoSuchKey", &value), -1);
         QCOMPARE(QString::fromUtf8(value.get()), QString());
 
-        // The plug-in reads MaxFrameMemory straight from the file with QSettings.
+        // The plug-in reads MaxFrameMemory straight from the file with QSettings, in
+        // group "Settings".
         QSettings ini(tmp.filePath(QStringLiteral("orvel.ini")), QSettings::IniFormat);
-        QCOMPARE(ini.value(QStringLiteral("MaxFrameMemory")).toInt(), 4096);
+        QCOMPARE(ini.value(QStringLiteral("Settings/MaxFrameMemory")).toInt(), 4096);
+        QVERIFY(!ini.contains(QStringLiteral("MaxFrameMemory")));
         QCOMPARE(ini.value(QStringLiteral("MainUi")).toString(), QStringLiteral("devcontrol"));
     }
 
@@ -117,8 +119,22 @@ private slots:
         QCOMPARE(host.settingsStore()->getBool("CreateFileDevice"), true);
         // Missing keys were added to the file.
         QSettings ini(tmp.filePath(QStringLiteral("orvel.ini")), QSettings::IniFormat);
-        QCOMPARE(ini.value(QStringLiteral("MaxFrameMemory")).toInt(), 4096);
+        QCOMPARE(ini.value(QStringLiteral("Settings/MaxFrameMemory")).toInt(), 4096);
         QCOMPARE(ini.value(QStringLiteral("MainUi")).toString(), QStringLiteral("otherui"));
+    }
+
+    void frameMemoryLimitIsReadFromItsGroup()
+    {
+        QTemporaryDir tmp;
+        writeFile(tmp.filePath(QStringLiteral("orvel.ini")),
+            "[General]\nMainUi=devcontrol\n[Settings]\nMaxFrameMemory=333\n");
+        sim::SimHost host(tmp.path());
+        QCOMPARE(
+            host.coreSettings().value(QStringLiteral("MaxFrameMemory")), QStringLiteral("333"));
+        QVERIFY(
+            host.coreSettings().setValue(QStringLiteral("MaxFrameMemory"), QStringLiteral("444")));
+        QSettings ini(tmp.filePath(QStringLiteral("orvel.ini")), QSettings::IniFormat);
+        QCOMPARE(ini.value(QStringLiteral("Settings/MaxFrameMemory")).toInt(), 444);
     }
 
     void corruptCoreSettingsAreReplaced()
