@@ -531,15 +531,19 @@ private slots:
         DacPage p(DacPage::medipix2Desc());
         QVERIFY(p.ready());
         p.open();
-        QTest::qWait(50);
-        QVERIFY(p.panel->grab().toImage().save(QDir::current().filePath("tst_dacpanel_mpx2.png")));
-        // Names and spin boxes are in full view above the scroll bar.
+        // Names and spin boxes are in full view above the scroll bar, once the layout
+        // has settled (it may take a few passes of the event loop on a slow machine).
         QWidget* viewport = p.ui().saDacs->viewport();
-        for (QSpinBox* spin : p.panel->dacSpins()) {
-            const QRect inArea(spin->mapTo(viewport, QPoint(0, 0)), spin->size());
-            QVERIFY(inArea.top() >= 0);
-            QVERIFY(inArea.bottom() < viewport->height());
-        }
+        const auto allInView = [&] {
+            for (QSpinBox* spin : p.panel->dacSpins()) {
+                const QRect inArea(spin->mapTo(viewport, QPoint(0, 0)), spin->size());
+                if (inArea.top() < 0 || inArea.bottom() >= viewport->height())
+                    return false;
+            }
+            return true;
+        };
+        QTRY_VERIFY(allInView());
+        QVERIFY(p.panel->grab().toImage().save(QDir::current().filePath("tst_dacpanel_mpx2.png")));
     }
 
     void pageWithThePanelAsAPicture()
@@ -549,7 +553,9 @@ private slots:
         p.open();
         p.clickChip(1);
         QTest::mouseClick(p.panel->allChecks().at(0), Qt::LeftButton);
-        QTest::qWait(50);
+        // The layout settles within a few passes of the event loop.
+        QTRY_VERIFY(p.ui().saDacs->viewport()->rect().contains(
+            QRect(p.spin(0)->mapTo(p.ui().saDacs->viewport(), QPoint(0, 0)), p.spin(0)->size())));
         const QImage page = p.page.fixture.window()->grab().toImage();
         QVERIFY(page.save(QDir::current().filePath("tst_dacpanel_page.png")));
         QVERIFY(p.panel->grab().toImage().save(QDir::current().filePath("tst_dacpanel.png")));
