@@ -1127,7 +1127,7 @@ void DevCtrlMpx::saveAcqData()
 
     ov::IDevMpx* device = m_dev;
     ++detachedThreads;
-    std::thread([this, device, path, type] {
+    std::thread([relay = eventRelay, device, path, type] {
         ov::RefData<ov::IData> data(device->lastAcqDataRefInc(0), false);
         if (data) {
             const int kind = data->dataKind();
@@ -1136,7 +1136,9 @@ void DevCtrlMpx::saveAcqData()
                 data->saveToFile(&file, type->typeCode(), kind == ov::DataFrameSet ? 1 : 0);
             }
         }
-        emit sigProgressDialogFinished(0, QString());
+        // Through the relay: the page may have closed while the data were written.
+        relay->with<DevCtrlMpx>(
+            [](DevCtrlMpx* c) { emit c->sigProgressDialogFinished(0, QString()); });
         data.dec();
         --detachedThreads;
     }).detach();
@@ -1159,7 +1161,11 @@ void DevCtrlMpx::saveCurrentFrame()
     const std::string path = askShownFramesFileName(&type, &flags);
     if (path.empty())
         return;
-    const int subFrames = currentFrame()->subFrameCount();
+    // A start from the host's side may have cleared the frame while the dialog was open.
+    ov::RefData<ov::IMpxFrame> shown = currentFrame();
+    if (!shown)
+        return;
+    const int subFrames = shown->subFrameCount();
     if (subFrames == 0) {
         ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
         if (f)

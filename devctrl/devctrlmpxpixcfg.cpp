@@ -3,6 +3,8 @@
 // show, configuration files, and DAC writes that wait for the end of a frame.
 #include "devctrlmpx.h"
 
+#include "callbackrelay.h"
+
 #include <qmyfiledialog.h>
 
 #include <QProgressDialog>
@@ -264,9 +266,13 @@ void DevCtrlMpx::loadFactoryCfg()
 
     ov::IDev* device = m_dev;
     ++detachedThreads;
-    std::thread([this, device] {
+    std::thread([relay = eventRelay, device] {
         const int result = device->loadFactoryConfig();
-        emit sigProgressDialogFinished(result, QStringLiteral("Factory configuration not found."));
+        // Through the relay: the page may have closed meanwhile.
+        relay->with<DevCtrlMpx>([result](DevCtrlMpx* c) {
+            emit c->sigProgressDialogFinished(
+                result, QStringLiteral("Factory configuration not found."));
+        });
         --detachedThreads;
     }).detach();
 }
@@ -296,7 +302,7 @@ void DevCtrlMpx::setDacValuesToDevice()
 
 void DevCtrlMpx::setAcqFinishedDacValues()
 {
-    std::lock_guard<std::mutex> lock(pendingDacsMutex);
+    std::unique_lock<std::mutex> lock(pendingDacsMutex);
     if (pendingDacs.empty())
         return;
     // A locked device keeps the writes for a later frame.
@@ -309,6 +315,9 @@ void DevCtrlMpx::setAcqFinishedDacValues()
     for (const auto& [dac, chip, value] : pendingDacs)
         d->setDacValue(dac, chip, value);
     pendingDacs.clear();
+    // The device may raise "DacsChanged" on this thread, and its handlers may queue new
+    // writes: the list is free again before the chips are written.
+    lock.unlock();
     // One table: the chips are written once, between two frames.
     m_dev->setDacs(d.get());
 }

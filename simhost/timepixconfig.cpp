@@ -115,6 +115,10 @@ int TimepixDevice::saveConfig(
         return fail(path + QStringLiteral(": cannot create its folder"));
     const QString bpc = configCompanionPath(path, kBpcSuffix);
     const QString dacsPath = configCompanionPath(path, kDacsSuffix);
+    if (bpc == path || dacsPath == path)
+        return fail(path
+            + QStringLiteral(": a configuration cannot have the name of its "
+                             "pixel configuration or DAC file"));
     const PixCfgShape shape {unsigned(m_width), unsigned(m_height),
         m_medipix2 ? SimPixCfg::KindMedipix2 : SimPixCfg::KindTimepix};
     std::string why;
@@ -158,7 +162,8 @@ int TimepixDevice::writeFactoryConfig(const QString& path)
         px.thl[i] = uint8_t(std::clamp(adj, 0.0, double(SimPixCfg::kThlMax)));
     }
     for (uint32_t hot : m_physics.hotPixels())
-        px.mask[hot] = 1;
+        if (hot < px.mask.size())
+            px.mask[hot] = 1;
     const SimDacs defaults(m_dacs->table(), m_chips);
     return saveConfig(path, px, defaults.snapshot());
 }

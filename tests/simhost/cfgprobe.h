@@ -4,6 +4,8 @@
 
 #include <ovcore.h>
 
+#include <QtTest>
+
 #include <map>
 #include <mutex>
 #include <string>
@@ -77,3 +79,13 @@ private:
     int m_errors = 0;
     std::string m_lastError;
 };
+
+// The two detectors every configuration file is tried on: columns "medipix2" and
+// "chips", rows for the Timepix quad and the single-chip Medipix2.
+inline void addBothDetectorRows()
+{
+    QTest::addColumn<bool>("medipix2");
+    QTest::addColumn<int>("chips");
+    QTest::newRow("Timepix quad") << false << 4;
+    QTest::newRow("Medipix2") << true << 1;
+}

@@ -67,13 +67,7 @@ class TestDacsFiles : public QObject
     Q_OBJECT
 
 private slots:
-    void everyChipReadsBack_data()
-    {
-        QTest::addColumn<bool>("medipix2");
-        QTest::addColumn<int>("chips");
-        QTest::newRow("Timepix quad") << false << 4;
-        QTest::newRow("Medipix2") << true << 1;
-    }
+    void everyChipReadsBack_data() { addBothDetectorRows(); }
     void everyChipReadsBack()
     {
         QFETCH(bool, medipix2);

@@ -95,13 +95,7 @@ class TestDeviceCfg : public QObject
     Q_OBJECT
 
 private slots:
-    void configurationReadsBackIntoAnotherDevice_data()
-    {
-        QTest::addColumn<bool>("medipix2");
-        QTest::addColumn<int>("chips");
-        QTest::newRow("Timepix quad") << false << 4;
-        QTest::newRow("Medipix2") << true << 1;
-    }
+    void configurationReadsBackIntoAnotherDevice_data() { addBothDetectorRows(); }
     void configurationReadsBackIntoAnotherDevice()
     {
         QFETCH(bool, medipix2);
@@ -242,6 +236,11 @@ private slots:
         QTemporaryDir tmp;
         QVERIFY(saveCfg(*dev, tmp.path()) < 0);
         QCOMPARE(probe.errors(), 3);
+        // A configuration named like one of its companions would overwrite it.
+        QVERIFY(saveCfg(*dev, tmp.filePath("run.bpc")) < 0);
+        QVERIFY(saveCfg(*dev, tmp.filePath("run.dacs")) < 0);
+        QCOMPARE(probe.errors(), 5);
+        QVERIFY(!QFileInfo::exists(tmp.filePath("run.bpc")));
     }
 
     void theQuadComesWithAFactoryConfiguration()

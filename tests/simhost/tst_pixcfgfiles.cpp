@@ -102,13 +102,7 @@ class TestPixCfgFiles : public QObject
     Q_OBJECT
 
 private slots:
-    void binaryFileReadsBackEveryComponent_data()
-    {
-        QTest::addColumn<bool>("medipix2");
-        QTest::addColumn<int>("chips");
-        QTest::newRow("Timepix quad") << false << 4;
-        QTest::newRow("Medipix2") << true << 1;
-    }
+    void binaryFileReadsBackEveryComponent_data() { addBothDetectorRows(); }
     void binaryFileReadsBackEveryComponent()
     {
         QFETCH(bool, medipix2);
