@@ -111,6 +111,8 @@ DevCtrlMpx::DevCtrlMpx(ov::IOrvel* orvel, ov::IDevMpx* dev, QMpxFrame* frame, QT
 DevCtrlMpx::~DevCtrlMpx()
 {
     detachDeviceEvents();
+    // The page ends measurements first; a background save or load may still run.
+    endMeasurement();
     if (mpxFrame && mpxFrame->image->tooltipUser == this) {
         mpxFrame->image->tooltipFunc = nullptr;
         mpxFrame->image->tooltipUser = nullptr;
@@ -205,29 +207,39 @@ int DevCtrlMpx::startAcq()
         imagePropsPanel->onAcqDataChanged(nullptr);
         imagePropsPanel->onFrameChanged(nullptr, nullptr);
     }
-    ++detachedThreads;
     ++measuringThreads;
-    std::thread(runWrapper, this).detach();
+    startDetached([this] { runWrapper(this); });
     return 0;
 }
 
 void DevCtrlMpx::runWrapper(DevCtrlMpx* ctrl)
 {
-    // A new thread inherits the vector registers of the GUI thread that made it.
-    cleanVectorState();
     ctrl->run();
     --ctrl->measuringThreads;
-    --detachedThreads;
+}
+
+void DevCtrlMpx::startDetached(std::function<void()> work)
+{
+    ++detachedThreads;
+    ++ownThreads;
+    std::thread([this, work = std::move(work)] {
+        // A new thread inherits the vector registers of the GUI thread that made it.
+        cleanVectorState();
+        work();
+        // The controller may be gone as soon as this count drops.
+        --ownThreads;
+        --detachedThreads;
+    }).detach();
 }
 
 void DevCtrlMpx::endMeasurement()
 {
-    if (measuringThreads.load() == 0)
-        return;
-    stopRequested = true;
-    if (m_dev)
-        m_dev->abortOperation();
-    while (measuringThreads.load() != 0)
+    if (measuringThreads.load() != 0) {
+        stopRequested = true;
+        if (m_dev)
+            m_dev->abortOperation();
+    }
+    while (ownThreads.load() != 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
@@ -235,11 +247,7 @@ int DevCtrlMpx::stopAcq()
 {
     stopRequested = true;
     ov::IDev* device = m_dev;
-    ++detachedThreads;
-    std::thread([device] {
-        device->abortOperation();
-        --detachedThreads;
-    }).detach();
+    startDetached([device] { device->abortOperation(); });
     return 0;
 }
 
@@ -271,6 +279,10 @@ void DevCtrlMpx::runAdvancedAcquisition()
     activeRepeat.store(nullptr, std::memory_order_release);
     activeRepeatCount = 0;
     m_lastAcqResult = result;
+    // A measurement that ended early: its last frame may not have passed the gate of
+    // onAcqFinish, and the picture must end on the frame the store ends with.
+    if (m_curAcq.load() != acqCount() && displayWantsFrames() && m_dev->acqFrameCount() > 0)
+        handOverLastFrame();
     emit acqAllFinished(result);
     acqRunning = false;
 }
@@ -319,7 +331,10 @@ void DevCtrlMpx::onAcqRepeatStartWrapper(long data, long user)
 
 void DevCtrlMpx::onNewDataWrapper(long data, long user)
 {
-    withController(user, [data](DevCtrlMpx* c) { emit c->sigNewData(static_cast<int>(data)); });
+    withController(user, [data](DevCtrlMpx* c) {
+        c->latestDataIndex = static_cast<int>(data);
+        c->postAcqEvents(EvNewData);
+    });
 }
 
 void DevCtrlMpx::onDacsChangedWrapper(long, long user)
@@ -379,14 +394,40 @@ void DevCtrlMpx::onPixCfgChanged()
 void DevCtrlMpx::onAcqRepeatFinish(long)
 {
     ++m_curRepeat;
-    emit acqRepeatFinished();
+    postAcqEvents(EvRepeatFinished);
 }
 
 void DevCtrlMpx::onAcqRepeatStart(long repeatIndex)
 {
     m_curRepeat = static_cast<int>(repeatIndex);
     m_curAcq = 0;
-    emit acqRepeatStarted();
+    postAcqEvents(EvRepeatStarted);
+}
+
+void DevCtrlMpx::postAcqEvents(unsigned events)
+{
+    if (acqEvents.mark(events))
+        QMetaObject::invokeMethod(this, &DevCtrlMpx::deliverAcqEvents, Qt::QueuedConnection);
+}
+
+void DevCtrlMpx::deliverAcqEvents()
+{
+    const unsigned events = acqEvents.take();
+    if (events & EvRepeatStarted)
+        emit acqRepeatStarted();
+    if (events & EvFrameFinished) {
+        const int cur = m_curAcq.load();
+        emit acqSingleFinished();
+        emit progress(static_cast<double>(cur) / static_cast<double>(acqCount()) * 100.0,
+            static_cast<unsigned>(cur));
+        emit acqFrameCountChange(latestFrameCount.load());
+    }
+    if (events & EvNewData)
+        emit sigNewData(latestDataIndex.load());
+    if (events & EvDataChanged)
+        onAcqDataChanged();
+    if (events & EvRepeatFinished)
+        emit acqRepeatFinished();
 }
 
 double DevCtrlMpx::nowSeconds()
@@ -401,26 +442,34 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
     const int cur = static_cast<int>(frameIndex);
     m_curAcq = cur;
     const int frames = m_dev->acqFrameCount();
+    latestFrameCount = frames;
     setAcqFinishedDacValues();
 
-    const int count = acqCount();
-    emit acqSingleFinished();
-    emit progress(
-        static_cast<double>(cur) / static_cast<double>(count) * 100.0, static_cast<unsigned>(cur));
-    emit acqFrameCountChange(frames);
+    // acqSingleFinished, progress and acqFrameCountChange go out on the GUI thread with
+    // the latest values, however many frames finish before it takes them.
+    postAcqEvents(EvFrameFinished);
 
-    if (frames == 0 || !autoUpdate.load() || pixCfgType.load() != PixCfgNone)
+    if (frames == 0 || !displayWantsFrames())
         return;
 
     // At most ten frames a second, and none while the GUI still draws the last one;
     // the last frame of a measurement always goes through.
-    const double now = nowSeconds();
-    const double elapsed = now - lastFrameUpdate.load();
+    const int count = acqCount();
+    const double elapsed = nowSeconds() - lastFrameUpdate.load();
     const bool gateOpen = elapsed > 0.1 && frameShown.load();
     if (!gateOpen && cur != count && cur != 0)
         return;
+    handOverLastFrame();
+}
 
-    lastFrameUpdate = now;
+bool DevCtrlMpx::displayWantsFrames() const
+{
+    return autoUpdate.load() && pixCfgType.load() == PixCfgNone;
+}
+
+void DevCtrlMpx::handOverLastFrame()
+{
+    lastFrameUpdate = nowSeconds();
     ov::IMpxFrame* last = m_dev->lastAcqFrameRefInc();
     setCurrentFrame(last);
     if (last)
@@ -428,7 +477,8 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
     frameShown = false;
 
     emit sigShowFrame();
-    onAcqDataChanged();
+    // The panels read the data on the GUI thread, where the loaded files are kept.
+    postAcqEvents(EvDataChanged);
 }
 
 void DevCtrlMpx::onDevStgChanged() { }
@@ -1126,8 +1176,7 @@ void DevCtrlMpx::saveAcqData()
     progressDialog->show();
 
     ov::IDevMpx* device = m_dev;
-    ++detachedThreads;
-    std::thread([relay = eventRelay, device, path, type] {
+    startDetached([relay = eventRelay, device, path, type] {
         ov::RefData<ov::IData> data(device->lastAcqDataRefInc(0), false);
         if (data) {
             const int kind = data->dataKind();
@@ -1136,12 +1185,12 @@ void DevCtrlMpx::saveAcqData()
                 data->saveToFile(&file, type->typeCode(), kind == ov::DataFrameSet ? 1 : 0);
             }
         }
-        // Through the relay: the page may have closed while the data were written.
+        // Through the relay: a closing page waits for this thread but takes no more
+        // signals.
         relay->with<DevCtrlMpx>(
             [](DevCtrlMpx* c) { emit c->sigProgressDialogFinished(0, QString()); });
         data.dec();
-        --detachedThreads;
-    }).detach();
+    });
 }
 
 std::string DevCtrlMpx::askShownFramesFileName(ov::IFileType** type, unsigned* flags)

@@ -5,6 +5,7 @@
 
 #include "acqparams.h"
 #include "acqrecords.h"
+#include "coalescedevents.h"
 
 #include <ovdetector.h>
 
@@ -215,11 +216,12 @@ public:
     void setCurrentFrame(ov::IMpxFrame* frame);
     ov::RefData<ov::IMpxFrame> currentFrame() const;
 
-    // Number of detached threads of all controllers (measurements and aborts) that
-    // have not ended yet.
+    // Number of detached threads of all controllers (measurements, aborts, background
+    // saves and loads) that have not ended yet.
     static int detachedThreadCount() { return detachedThreads.load(); }
-    // Aborts a measurement in progress and returns once its worker thread is done with
-    // this controller; the owner calls it before deleting the controller.
+    // Aborts a measurement in progress and returns once every detached thread of this
+    // controller is done with it and with the device; the owner calls it before
+    // deleting the controller or letting the device go.
     void endMeasurement();
 
 signals:
@@ -251,6 +253,9 @@ signals:
     void sigProgressDialogFinished(int code, QString message);
 
 public slots:
+    // Emits, on the GUI thread, the measurement signals that host threads marked since
+    // the last delivery, with the latest values.
+    void deliverAcqEvents();
     void onShowFrame();
     void onShowPixCfgFrame();
     void onCurrentTabChanged(int index);
@@ -307,6 +312,25 @@ protected:
 
     // Seconds since the epoch, truncated to microseconds.
     static double nowSeconds();
+
+    // Measurement events that reach the GUI thread coalesced: a host thread marks them
+    // (postAcqEvents) with their values stored in the atomics below, and one queued
+    // deliverAcqEvents emits the signals with the latest values.
+    enum AcqEvent : unsigned {
+        EvRepeatStarted = 1u << 0,  // acqRepeatStarted
+        EvFrameFinished = 1u << 1,  // acqSingleFinished, progress, acqFrameCountChange
+        EvNewData = 1u << 2,        // sigNewData with the latest index
+        EvDataChanged = 1u << 3,    // onAcqDataChanged, on the GUI thread
+        EvRepeatFinished = 1u << 4, // acqRepeatFinished
+    };
+    void postAcqEvents(unsigned events);
+    // Whether finished frames go to the display: live update on, the real frame on show.
+    bool displayWantsFrames() const;
+    // Makes the device's newest frame the frame on show and asks the GUI to draw it.
+    void handOverLastFrame();
+    // Runs work on a detached thread that the controller counts, so that it can wait for
+    // it before it or the device goes away.
+    void startDetached(std::function<void()> work);
 
     // Guards currentFrameRef.
     mutable std::recursive_mutex mutex;
@@ -368,9 +392,17 @@ private:
     // count can be written atomically.
     alignas(8) RepeatDesc repeatStore {};
 
+    CoalescedEvents acqEvents;
+    // Values carried by the coalesced events: the device's frame count after the
+    // newest finished frame, and the index of the newest data object.
+    std::atomic<int> latestFrameCount {0};
+    std::atomic<int> latestDataIndex {0};
+
     static std::atomic<int> detachedThreads;
     // Worker threads of this controller still running a measurement.
     std::atomic<int> measuringThreads {0};
+    // Every detached thread of this controller that has not ended yet.
+    std::atomic<int> ownThreads {0};
 };
 
 } // namespace PluginDevControl

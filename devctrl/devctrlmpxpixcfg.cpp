@@ -12,7 +12,6 @@
 
 #include <memory>
 #include <string>
-#include <thread>
 
 namespace PluginDevControl {
 
@@ -265,16 +264,15 @@ void DevCtrlMpx::loadFactoryCfg()
     progressDialog->show();
 
     ov::IDev* device = m_dev;
-    ++detachedThreads;
-    std::thread([relay = eventRelay, device] {
+    startDetached([relay = eventRelay, device] {
         const int result = device->loadFactoryConfig();
-        // Through the relay: the page may have closed meanwhile.
+        // Through the relay: a closing page waits for this thread but takes no more
+        // signals.
         relay->with<DevCtrlMpx>([result](DevCtrlMpx* c) {
             emit c->sigProgressDialogFinished(
                 result, QStringLiteral("Factory configuration not found."));
         });
-        --detachedThreads;
-    }).detach();
+    });
 }
 
 // ---------------------------------------------------------------------------------

@@ -8,11 +8,13 @@
 #include <QString>
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -127,6 +129,11 @@ public:
     {
         ++aborts;
         abort = true;
+        // A device that needs time to abort.
+        const int ms = abortDelayMs.load();
+        if (ms > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+        ++abortsDone;
         return 0;
     }
     int deviceStatusText(IString* out) override
@@ -251,6 +258,8 @@ public:
     std::atomic<bool> locked {false};
     std::atomic<bool> abort {false};
     std::atomic<int> aborts {0};
+    std::atomic<int> abortsDone {0};
+    std::atomic<int> abortDelayMs {0};
 
 private:
     struct Sub

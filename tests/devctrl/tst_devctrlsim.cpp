@@ -174,13 +174,18 @@ private slots:
         QCOMPARE(rec.results, std::vector<int> {0});
         QCOMPARE(ctrl->lastAcqResult(), 0);
         QCOMPARE(ctrl->curAcq(), 200);
-        QTRY_COMPARE_WITH_TIMEOUT(rec.singles, 200, 20000);
-        QCOMPARE(rec.progressFrames.size(), size_t(200));
-        for (unsigned i = 0; i < 200; ++i) {
-            QCOMPARE(rec.progressFrames[i], i + 1);
-            QCOMPARE(rec.progressPercent[i], double(i + 1) / 200.0 * 100.0);
+        // Frames reach the GUI coalesced: as many signals as the GUI thread took, each
+        // with the latest frame, ending on the last one before the end of the run.
+        QVERIFY(rec.singles >= 1 && rec.singles <= 200);
+        QCOMPARE(rec.progressFrames.size(), size_t(rec.singles));
+        for (size_t i = 0; i < rec.progressFrames.size(); ++i) {
+            const unsigned frame = rec.progressFrames[i];
+            QVERIFY(frame >= 1 && frame <= 200);
+            QVERIFY(i == 0 || frame > rec.progressFrames[i - 1]);
+            QCOMPARE(rec.progressPercent[i], double(frame) / 200.0 * 100.0);
         }
-        QCOMPARE(rec.frameCounts.size(), size_t(200));
+        QCOMPARE(rec.progressFrames.back(), 200u);
+        QCOMPARE(rec.frameCounts.size(), size_t(rec.singles));
         QCOMPARE(rec.frameCounts.back(), dev->acqFrameCount());
         QVERIFY(rec.frameCounts.front() >= 1);
 
@@ -207,20 +212,20 @@ private slots:
         p.repeatEnabled = true;
         p.repeatCount = 0;
         QCOMPARE(ctrl->startAcq(), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(rec.repeatsStarted >= 2, 120000);
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->curRepeat() >= 2, 120000);
         QVERIFY(rec.results.empty());
         ctrl->setAcqRepeatEnabled(false);
-        const int startedAtSwitch = rec.repeatsStarted;
+        // Repeats finished, or the index of the one in progress.
+        const int atSwitch = ctrl->curRepeat();
         QVERIFY(waitIdle());
         QCOMPARE(rec.results, std::vector<int> {0});
         // The series ends after the repeat in progress (one more may have begun while
-        // the switch was on its way), and every repeat begun also finished.
-        QTRY_COMPARE_WITH_TIMEOUT(rec.repeatsFinished, rec.repeatsStarted, 20000);
-        QVERIFY2(rec.repeatsStarted <= startedAtSwitch + 1,
+        // the switch was on its way); the signals, coalesced, came for both kinds.
+        QVERIFY2(ctrl->curRepeat() <= atSwitch + 2,
             qPrintable(QStringLiteral("%1 repeats, %2 at the switch")
-                           .arg(rec.repeatsStarted)
-                           .arg(startedAtSwitch)));
-        QCOMPARE(ctrl->curRepeat(), rec.repeatsFinished);
+                           .arg(ctrl->curRepeat())
+                           .arg(atSwitch)));
+        QTRY_VERIFY_WITH_TIMEOUT(rec.repeatsStarted >= 1 && rec.repeatsFinished >= 1, 20000);
         // Outside the run the switch does nothing.
         ctrl->setAcqRepeatEnabled(true);
         QVERIFY(!ctrl->isAcqRunning());
@@ -237,7 +242,7 @@ private slots:
         p.repeatEnabled = true;
         p.repeatCount = 0;
         QCOMPARE(ctrl->startAcq(), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(rec.repeatsStarted >= 1 && rec.singles >= 2, 120000);
+        QTRY_VERIFY_WITH_TIMEOUT(rec.repeatsStarted >= 1 && ctrl->curAcq() >= 2, 120000);
         QCOMPARE(ctrl->stopAcq(), 0);
         QVERIFY(waitIdle());
         QCOMPARE(rec.results, std::vector<int> {-1007});

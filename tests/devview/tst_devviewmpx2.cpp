@@ -174,8 +174,9 @@ private slots:
 
         QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 30000);
         QCOMPARE(finished.at(0).at(0).toInt(), 0);
-        QTRY_COMPARE(frames.count(), 5);
-        QCOMPARE(frames.last().at(0).toInt(), 5);
+        // Frame counts come coalesced, the last one exact.
+        QTRY_VERIFY(!frames.isEmpty() && frames.last().at(0).toInt() == 5);
+        QVERIFY(frames.count() <= 5);
         QTRY_COMPARE(ui.btStartStop->text(), QString("Start"));
         QVERIFY(ui.btStartStop->isEnabled());
         QVERIFY(!ui.btStartStop->property("on").toBool());
@@ -193,7 +194,7 @@ private slots:
         QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
         QVERIFY(ctrl->acqParams().repeatEnabled);
         QCOMPARE(ctrl->acqParams().repeatCount, 0);
-        QTRY_VERIFY_WITH_TIMEOUT(repeats.count() >= 3, 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->curRepeat() >= 3 && repeats.count() >= 1, 30000);
         QVERIFY(finished.count() == 1);
         QTRY_VERIFY(ui.btStartStop->isEnabled());
         QTest::mouseClick(ui.btStartStop, Qt::LeftButton);
