@@ -3,6 +3,8 @@
 #include "devviewmpx.h"
 #include "mainwindow.h"
 
+#include <QThread>
+
 #include <cctype>
 #include <cstring>
 
@@ -73,7 +75,12 @@ int DevControl::onStart()
 {
     if (!mainWindow)
         return 0;
-    emit mainWindow->sigInitialize();
+    // The blocking signal waits for the GUI thread: called on that thread itself, it
+    // would wait for ever.
+    if (QThread::currentThread() == mainWindow->thread())
+        mainWindow->onInitialize();
+    else
+        emit mainWindow->sigInitialize();
     if (mainUi)
         emit mainWindow->sigShowView(true);
     return 0;

@@ -17,6 +17,7 @@
 #include <QScreen>
 #include <QThread>
 
+#include <algorithm>
 #include <cstring>
 
 namespace PluginDevControl {
@@ -78,6 +79,8 @@ MainWindow::~MainWindow()
     views.clear();
     dockedViews.clear();
     qDeleteAll(all);
+    for (const QPointer<DevView>& retired : retiredViews)
+        delete retired.data();
     if (centralWidget() != ui->centralwidget)
         delete ui->centralwidget; // taken out while the "no devices" note is shown
     delete ui;
@@ -160,7 +163,15 @@ void MainWindow::onDeviceRemovedWrapper(long eventData, long userData)
 
 void MainWindow::onNewDevice(unsigned long long dev)
 {
-    addNewDevice(reinterpret_cast<ov::IDev*>(dev));
+    // The event was queued: the device may have been removed before it arrived here
+    // (plugged in and out at once), and the pointer is then no device at all.
+    auto* device = reinterpret_cast<ov::IDev*>(dev);
+    if (!orvel)
+        return;
+    const std::vector<ov::IDev*> connected = orvel->devices();
+    if (std::find(connected.begin(), connected.end(), device) == connected.end())
+        return;
+    addNewDevice(device);
 }
 
 bool MainWindow::addNewDevice(ov::IDev* dev)
@@ -291,27 +302,39 @@ void MainWindow::removeTabAt(int index)
     dockedViews.removeAt(index);
 }
 
-void MainWindow::undockView(DevView* view)
+bool MainWindow::takeOffTab(DevView* view)
 {
     const int index = dockedViews.indexOf(view);
     if (index < 0)
-        return;
+        return false;
     removeTabAt(index);
 
     if (ui->tabWidget->count() > 0) {
         const int next = index > 0 ? index - 1 : 0;
-        if (ui->tabWidget->currentIndex() == next)
-            onChange(next);
-        else
+        {
+            // The tab and its page are set here, the menu bar and title by onChange
+            // below, whether or not the tab widget saw a change of tab.
+            const QSignalBlocker blocker(ui->tabWidget);
             ui->tabWidget->setCurrentIndex(next);
+        }
+        onChange(next);
     }
-
-    view->setParent(nullptr);
-    view->move(x(), y());
-    view->show();
 
     if (dockedViews.size() == 1)
         dockedViews.first()->enableUndocking(false);
+    return true;
+}
+
+void MainWindow::undockView(DevView* view)
+{
+    if (!takeOffTab(view))
+        return;
+    view->setParent(nullptr);
+    // Beside the main window rather than exactly on top of it, so that the user sees
+    // that a window of its own has opened.
+    constexpr int kUndockOffset = 40;
+    view->move(x() + kUndockOffset, y() + kUndockOffset);
+    view->show();
 }
 
 void MainWindow::onUndock()
@@ -361,11 +384,18 @@ void MainWindow::onDeviceRemoved(unsigned long long devId)
         // hold the device and must let go of it before the host destroys it.
         if (!view)
             return;
-        undockView(view);
+        takeOffTab(view);
         view->onExit();
         views.removeAll(view);
+        // The device is destroyed when this returns, but the page may be on the call
+        // stack (the removal chosen from its own menu or by one of its buttons): it lets
+        // go of the device now and is deleted once control is back in the event loop.
+        view->releaseDevice();
         view->close();
-        delete view;
+        view->hide();
+        retiredViews.removeIf([](const QPointer<DevView>& gone) { return gone.isNull(); });
+        retiredViews.append(view);
+        view->deleteLater();
     }
     devices.removeAll(dev);
 }

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QMap>
+#include <QPointer>
 #include <QString>
 
 class QMenuBar;
@@ -71,6 +72,9 @@ private:
     void addDevView(DevView* view, bool redock);
     void addNewTab(const QString& name, const QString& fullName, DevView* view);
     void undockView(DevView* view);
+    // Takes a docked view off its tab and shows the tab before it, or the first, with
+    // its menu bar; false when the view is not docked.
+    bool takeOffTab(DevView* view);
     void removeTabAt(int index);
     void showWarnNoDev();
     QString coreString(const char* key) const;
@@ -81,6 +85,9 @@ private:
     QList<DevView*> dockedViews;
     QList<QString> titles;
     QList<ov::IDev*> devices;
+    // Views of removed devices waiting for their deferred deletion; whatever is left
+    // of them goes with the window.
+    QList<QPointer<DevView>> retiredViews;
     QMap<QString, QString> deviceImages;
     QMenuBar* curMenuBar = nullptr;
     DevView* curView = nullptr;

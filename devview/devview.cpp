@@ -19,6 +19,11 @@ int DevView::devType() const
 
 void DevView::onExit() { }
 
+void DevView::releaseDevice()
+{
+    dev = nullptr;
+}
+
 QString DevView::fullName() const
 {
     return QString();

@@ -29,6 +29,10 @@ public:
     virtual QWidget* widget();
     virtual ov::IDev* getDev();
     virtual void enableUndocking(bool enable);
+    // Lets go of the device at once: the host destroys it when its removal returns.
+    // The page itself is deleted later, once nothing of it is on the call stack (the
+    // removal may have been chosen from the page's own menu).
+    virtual void releaseDevice();
 
     QAction* undockAction() const { return acUndock; }
     QAction* dockAction() const { return acDock; }

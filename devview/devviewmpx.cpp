@@ -20,6 +20,7 @@
 
 #include <QActionGroup>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
@@ -80,13 +81,7 @@ DevViewMpx::DevViewMpx(QWidget* parent, ov::IOrvel* orvel, ov::IDev* device)
 
 DevViewMpx::~DevViewMpx()
 {
-    if (relay) {
-        if (dev)
-            dev->unregisterLogCallback(onLogWrapper, relay);
-        if (host)
-            host->unregisterLogCallback(onLogWrapper, relay);
-        relay->detach();
-    }
+    detachHostCallbacks();
     progressTimer->stop();
     spareTimer->stop();
     delete toolsMenu;
@@ -97,6 +92,45 @@ DevViewMpx::~DevViewMpx()
     delete ui;
     if (settings)
         settings->release();
+}
+
+void DevViewMpx::detachHostCallbacks()
+{
+    if (!relay)
+        return;
+    if (dev)
+        dev->unregisterLogCallback(onLogWrapper, relay);
+    if (host)
+        host->unregisterLogCallback(onLogWrapper, relay);
+    relay->detach();
+    relay = nullptr;
+}
+
+void DevViewMpx::releaseDevice()
+{
+    detachHostCallbacks();
+    progressTimer->stop();
+    spareTimer->stop();
+    running = false;
+    if (ctrl) {
+        // The measurement ends and every thread of the controller lets go of the device;
+        // the controller goes with it, so nothing on the page can reach the device.
+        ctrl->endMeasurement();
+        delete ctrl;
+        ctrl = nullptr;
+    }
+    // Signals of the controller and the host already queued for the page would find
+    // the controller gone.
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+    for (QObject* child : findChildren<QObject*>())
+        QCoreApplication::removePostedEvents(child, QEvent::MetaCall);
+    if (settings) {
+        settings->release();
+        settings = nullptr;
+    }
+    setEnabled(false);
+    devMpx = nullptr;
+    DevView::releaseDevice();
 }
 
 // ---------------------------------------------------------------------------------
@@ -588,8 +622,11 @@ void DevViewMpx::refreshOrvelMenu()
     menuButton->setMenu(newTools->menu());
     menuTools->clear();
     menuTools->addActions(newBar->menu()->actions());
-    delete toolsMenu;
-    delete menuBarMenu;
+    // Later: the old menus may be delivering the click that changed the menu.
+    if (toolsMenu)
+        toolsMenu->deleteLater();
+    if (menuBarMenu)
+        menuBarMenu->deleteLater();
     toolsMenu = newTools;
     menuBarMenu = newBar;
 }

@@ -60,6 +60,7 @@ public:
     QWidget* widget() override { return this; }
     ov::IDev* getDev() override { return dev; }
     void enableUndocking(bool enable) override;
+    void releaseDevice() override;
 
     virtual void enableGui(bool enabled, bool running);
     virtual int showFrame(ov::IMpxFrame* frame);
@@ -157,6 +158,8 @@ protected:
     void finishInitialization();
     void initSecondToolbar();
     void setupStatusBar();
+    // A measurement that failed says why in the message panel and on the LED.
+    void reportFailedMeasurement(int result);
     void connectActions();
     void setupSlotsAndCbs();
     void initMpxGuiParams();
@@ -182,6 +185,9 @@ protected:
     static void onDeviceCfgChangedWrapper(long data, long user);
     static void onMenuChangedWrapper(long data, long user);
     static void onLogWrapper(unsigned level, const char* text, long user);
+    // Takes the page's callbacks off the device and the host; nothing reaches the page
+    // through them afterwards.
+    void detachHostCallbacks();
 
     Ui_DevViewMpx* ui;
     CallbackRelay* relay = nullptr;
@@ -235,6 +241,8 @@ protected:
     double lastFrameTime = 0.0;
     double lastProgressUpdate = 0.0;
     unsigned framesDone = 0;
+    // The last error line of the log during the measurement in progress.
+    QString lastRunError;
 };
 
 } // namespace PluginDevControl

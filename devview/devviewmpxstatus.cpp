@@ -182,6 +182,9 @@ void DevViewMpx::onStartAcq()
     progressTimer->start(100);
     showWarningIcon(false, QString());
     showErrorIcon(false, QString());
+    // A failure of the last run is not this run's: the LED shows the device again.
+    lastRunError.clear();
+    getDeviceStatus();
 }
 
 void DevViewMpx::onStopAcq()
@@ -193,9 +196,30 @@ void DevViewMpx::onStopAcq()
 
 void DevViewMpx::onAcqAllFinished(int result)
 {
-    progressBar->setError(result != 0 && result != kAbortedByUser);
+    const bool failed = result != 0 && result != kAbortedByUser;
+    progressBar->setError(failed);
     progressBar->update();
+    if (ctrl) {
+        // Progress updates are limited and a stopped run ends between them: the counters
+        // and the frame navigator end on what the measurement left in the store.
+        setProgressAcq(ctrl->curAcq());
+        setProgressRepeat(ctrl->curRepeat());
+        onFrameCountChanged(ctrl->acqFrameCount());
+    }
+    if (failed)
+        reportFailedMeasurement(result);
     onStopAcq();
+}
+
+void DevViewMpx::reportFailedMeasurement(int result)
+{
+    // The host says why in its log before it returns; its last error line of the run is
+    // the reason, the code is all there is otherwise.
+    const QString text = lastRunError.isEmpty()
+        ? QString("Measurement failed with code %1.").arg(result)
+        : QString("Measurement failed (code %1): %2").arg(result).arg(lastRunError);
+    onLogEvent(StatusError, text);
+    showStatusLed(StatusError, text);
 }
 
 void DevViewMpx::onAcqRepeatStarted()
@@ -283,6 +307,8 @@ void DevViewMpx::onLogEvent(int level, QString text)
 {
     if (!msgPanel)
         return;
+    if (running && level == StatusError)
+        lastRunError = text;
     msgPanel->logMsg(level, text);
     QFancyStatusBar* bar = ui->statusbar;
     if (msgPanel->openOnMessage())

@@ -58,6 +58,16 @@ void QFancyTabWidget::removeTab(int index)
     QWidget* page = m_pages->widget(index);
     m_pages->removeWidget(page);
     delete m_tabs->takeItem(index);
+    // The stack picks its next page by a rule of its own, and the list may keep its
+    // current row number without a signal: the page on show is the current tab's.
+    showCurrentPage();
+}
+
+void QFancyTabWidget::showCurrentPage()
+{
+    const int row = m_tabs->currentRow();
+    if (row >= 0 && row < m_pages->count() && m_pages->currentIndex() != row)
+        m_pages->setCurrentIndex(row);
 }
 
 void QFancyTabWidget::setTabText(int index, const QString& text)
@@ -100,6 +110,11 @@ int QFancyTabWidget::currentIndex() const
     return m_tabs->currentRow();
 }
 
+QWidget* QFancyTabWidget::currentWidget() const
+{
+    return m_pages->currentWidget();
+}
+
 QRect QFancyTabWidget::tabRect(int index) const
 {
     const QListWidgetItem* item = m_tabs->item(index);
@@ -112,4 +127,5 @@ QRect QFancyTabWidget::tabRect(int index) const
 void QFancyTabWidget::setCurrentIndex(int index)
 {
     m_tabs->setCurrentRow(index);
+    showCurrentPage();
 }

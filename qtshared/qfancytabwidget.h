@@ -24,6 +24,8 @@ public:
     int indexOf(QWidget* page) const;
     int count() const;
     int currentIndex() const;
+    // The page on show.
+    QWidget* currentWidget() const;
     // Screen rectangle of a tab, in this widget's coordinates (for tests and tool tips).
     QRect tabRect(int index) const;
 
@@ -34,6 +36,9 @@ signals:
     void currentChanged(int index);
 
 private:
+    // Shows the page of the current tab.
+    void showCurrentPage();
+
     QListWidget* m_tabs;
     QStackedWidget* m_pages;
 };

@@ -32,6 +32,7 @@ enum AcqResult : int {
     AcqErrLocked = -1009,        // the device is locked
     AcqErrBusy = -1010,          // a measurement is already running on the device
     AcqErrUnsupported = -1011,   // mode flags ask for something the device cannot do
+    AcqErrOutputFile = -1012,    // output files were asked for and could not be written
 };
 
 // Byte offsets of the records (see above).

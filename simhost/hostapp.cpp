@@ -34,11 +34,11 @@ void printError(const QString& message)
 }
 
 // Host log to stderr: warnings and errors only, the rest is for the plug-in's panel.
-void logToStderr(unsigned level, const char* text, long)
+void logToStderr(unsigned level, const QString& text)
 {
     if (level == ov::LogWarning || level == ov::LogError) {
         std::fprintf(stderr, "%s: %s: %s\n", kProgram, level == ov::LogError ? "error" : "warning",
-            text ? text : "");
+            text.toLocal8Bit().constData());
         std::fflush(stderr);
     }
 }
@@ -163,7 +163,7 @@ int runHost(const HostOptions& options)
                            .arg(QFileInfo(options.pluginPath).absoluteFilePath()));
             return 1;
         }
-        host.registerLogCallback(&logToStderr, nullptr);
+        host.setLogEcho(&logToStderr);
         for (const DeviceDesc& desc : deviceSet)
             host.connectDevice(desc);
 
@@ -220,9 +220,9 @@ int runHost(const HostOptions& options)
         if (!runner && options.screenshotFile.isEmpty())
             exitCode = loopCode;
         runner.reset();
+        // Closing drops the plug-in's callbacks; the echo still prints problems of the
+        // final save.
         closePlugin(module, host);
-        // Closing dropped every callback; problems of the final save still get printed.
-        host.registerLogCallback(&logToStderr, nullptr);
     }
     const QString alive = liveReport();
     if (!alive.isEmpty())

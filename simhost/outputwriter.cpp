@@ -42,6 +42,7 @@ OutputWriter::OutputWriter(const AcqRecord& acq, const RepeatRecord* repeat, Log
     m_flags = acq.fileFlags;
     const QString name = qs(p.outputFile);
     if (m_type == FileTypePicture) {
+        m_refused = true;
         if (m_log)
             m_log(ov::LogError,
                 QStringLiteral("Output file %1: pictures are drawn by the user interface; "
@@ -50,6 +51,7 @@ OutputWriter::OutputWriter(const AcqRecord& acq, const RepeatRecord* repeat, Log
         return;
     }
     if (!fileFormOf(m_type, m_flags, nullptr)) {
+        m_refused = true;
         if (m_log)
             m_log(ov::LogError,
                 QStringLiteral("Output file %1: the host has no file type %2 to write "

@@ -40,6 +40,8 @@ public:
     void write(int round, int acqIndex, const SimFrame& frame);
     // Logs what was written and how many files failed.
     void finish();
+    // True when output was asked for and some or all of it was not written (logged).
+    bool hasFailed() const { return m_refused || m_failures > 0; }
 
 private:
     void failed(const std::string& error);
@@ -52,6 +54,7 @@ private:
     FrameFileWriter m_current; // the multi-frame file being filled
     int m_frames = 0;
     int m_failures = 0;
+    bool m_refused = false; // an output name of a type that cannot be written
     std::string m_first;
 };
 

@@ -188,7 +188,8 @@ ov::IDev* SimHost::connectDevice(std::shared_ptr<SimDevice> device)
         return nullptr;
     SimDevice::Attachment attachment;
     attachment.id = m_nextId.fetch_add(1);
-    attachment.hostLog = m_logFn;
+    attachment.hostLog
+        = [this](unsigned level, const QString& text) { logDeviceLine(level, text); };
     attachment.menu = m_menu->addDevice(attachment.id, device->name());
     const QString key = SettingsRegistry::deviceKey(device->name(), device->serial());
     attachment.configPath = QDir(devicesDir()).filePath(key + QStringLiteral(".cfg"));
@@ -302,14 +303,29 @@ uint32_t SimHost::unusedSerial() const
 
 void SimHost::log(unsigned level, const QString& text)
 {
+    logDeviceLine(level, text);
+    const QByteArray utf8 = text.toUtf8();
+    m_logCallbacks.call(level, utf8.constData());
+}
+
+void SimHost::logDeviceLine(unsigned level, const QString& text)
+{
+    LogFn echo;
     {
         std::lock_guard<std::mutex> lock(m_historyMutex);
         m_history.append(QStringLiteral("%1: %2").arg(QLatin1String(levelName(level)), text));
         if (m_history.size() > kHistoryLimit)
             m_history.removeFirst();
+        echo = m_logEcho;
     }
-    const QByteArray utf8 = text.toUtf8();
-    m_logCallbacks.call(level, utf8.constData());
+    if (echo)
+        echo(level, text);
+}
+
+void SimHost::setLogEcho(LogFn echo)
+{
+    std::lock_guard<std::mutex> lock(m_historyMutex);
+    m_logEcho = std::move(echo);
 }
 
 QStringList SimHost::logHistory() const

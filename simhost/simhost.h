@@ -91,8 +91,16 @@ public:
     // A serial number no connected device has.
     uint32_t unusedSerial() const;
 
-    // Log: calls the registered callbacks in order and keeps the line in the history.
+    // Log: the host's own lines go to the registered callbacks in order, to the echo
+    // and to the history.
     void log(unsigned level, const QString& text);
+    // A device's line, already given to the device's own callbacks: it goes to the echo
+    // and the history with the device's name, not to the host's callbacks, since a page
+    // that listens to its device and to the host would see it twice.
+    void logDeviceLine(unsigned level, const QString& text);
+    // Where the host's console gets every line, of the host and of its devices; kept
+    // when the plug-ins' callbacks are dropped.
+    void setLogEcho(LogFn echo);
     // The most recent lines (at most 10000), as "<level>: <text>".
     QStringList logHistory() const;
 
@@ -113,6 +121,7 @@ private:
     SimDataMgr m_dataMgr;
     EventTable m_events;
     CallbackList<ov::LogCallback> m_logCallbacks;
+    LogFn m_logEcho; // under m_historyMutex
     std::atomic<int> m_exitRequests {0};
     std::atomic<uint64_t> m_nextId {1};
 

@@ -304,31 +304,36 @@ private:
 int TimepixDevice::doAdvancedAcquisition(
     const void* acqDesc, const void* repeatDesc, const void* testPulses)
 {
+    // A refused measurement says why in the log before it returns its code.
+    auto refuse = [this](int code, const char* why) {
+        log(ov::LogError, QStringLiteral("Measurement refused: %1").arg(QLatin1String(why)));
+        return code;
+    };
     AcqRecord acq;
     int rc = parseAcqRecord(acqDesc, &acq);
     if (rc != AcqOk)
-        return rc;
+        return refuse(rc, "the measurement description is not valid");
     if (acq.time > kMaxAcqTime)
-        return AcqErrBadTime;
+        return refuse(AcqErrBadTime, "the acquisition time is too long");
     if (acq.mode & ~capabilityFlags())
-        return AcqErrUnsupported;
+        return refuse(AcqErrUnsupported, "the device cannot do the requested mode");
     RepeatRecord repeat;
     if (repeatDesc && (rc = parseRepeatRecord(repeatDesc, &repeat)) != AcqOk)
-        return rc;
+        return refuse(rc, "the series description is not valid");
     TestPulseRecord tp;
     if (acq.testPulses) {
         if (!testPulses || parseTestPulseRecord(testPulses, &tp) != AcqOk || tp.count == 0
             || tp.count > kMaxPulseCount || !(tp.height > 0.0) || tp.height > kMaxPulseHeight
             || !(tp.period > 0.0) || tp.period > kMaxPulsePeriod)
-            return AcqErrBadTestPulses;
+            return refuse(AcqErrBadTestPulses, "the test pulses are out of limits");
         if (acq.spacing == 0)
-            return AcqErrBadFlag;
+            return refuse(AcqErrBadFlag, "the spacing of test pulses is 0");
     }
     if (locked())
-        return AcqErrLocked;
+        return refuse(AcqErrLocked, "the device is locked");
     std::unique_lock<std::mutex> busy(m_acqMutex, std::try_to_lock);
     if (!busy.owns_lock())
-        return AcqErrBusy;
+        return refuse(AcqErrBusy, "a measurement is already running on the device");
     m_running.store(true);
     clearAbort();
     m_store.setLimitBytes(static_cast<size_t>(std::max(0.0, frameMemoryMb()) * 1048576.0));
@@ -349,6 +354,8 @@ int TimepixDevice::doAdvancedAcquisition(
         series.post("AcqMeasFinished", result);
     }
     output.finish();
+    if (result == AcqOk && output.hasFailed())
+        result = AcqErrOutputFile;
     m_delivery.flush();
     m_running.store(false);
     return result;

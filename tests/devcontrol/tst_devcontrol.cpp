@@ -58,6 +58,19 @@ private slots:
         QCOMPARE(f.window()->tabWidget()->count(), 1);
     }
 
+    void startOnTheGuiThread()
+    {
+        // A host may call everything on its GUI thread: onStart then builds the tabs
+        // there and then instead of waiting for the thread it runs on.
+        HostFixture f;
+        f.connect(deviceDesc(1, "kalbar W0001", 1));
+        f.control = std::make_unique<DevControl>();
+        QCOMPARE(f.control->initialize(f.host.get()), 0);
+        QCOMPARE(f.control->onStart(), 0);
+        QVERIFY(f.window());
+        QCOMPARE(f.window()->tabWidget()->count(), 1);
+    }
+
     void educationDeviceKeepsTheWindowHidden()
     {
         HostFixture f;

@@ -8,8 +8,10 @@
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPointer>
 #include <QTimer>
 #include <QtTest>
 
@@ -233,6 +235,100 @@ private slots:
         QCOMPARE(w->windowTitle().section(" - ", 1), QString("kalbar W1 sn 2"));
     }
 
+    void undockingShowsThePageOfTheCurrentTab_data()
+    {
+        QTest::addColumn<int>("current");
+        QTest::newRow("first") << 0;
+        QTest::newRow("middle") << 1;
+        QTest::newRow("last") << 2;
+    }
+
+    void undockingShowsThePageOfTheCurrentTab()
+    {
+        QFETCH(int, current);
+        HostFixture f;
+        f.connect(deviceDesc(1, "kalbar W0001", 1));
+        f.connect(deviceDesc(1, "kalbar W0002", 2));
+        f.connect(deviceDesc(1, "kalbar W0003", 3));
+        QVERIFY(f.start());
+        MainWindow* w = f.window();
+        w->show();
+        QVERIFY(QTest::qWaitForWindowExposed(w));
+        w->tabWidget()->setCurrentIndex(current);
+        DevView* leaving = w->dockedViewList().at(current);
+        QCOMPARE(w->tabWidget()->currentWidget(), leaving);
+        leaving->undockAction()->trigger();
+        const int now = w->tabWidget()->currentIndex();
+        QCOMPARE(now, current > 0 ? current - 1 : 0);
+        DevView* shown = w->dockedViewList().at(now);
+        QCOMPARE(w->tabWidget()->currentWidget(), shown);
+        QVERIFY(shown->isVisible());
+        QVERIFY(w->windowTitle().contains(" - " + shown->fullName()));
+        // One menu bar, the window's; none inside the page on show.
+        for (QMenuBar* bar : shown->findChildren<QMenuBar*>())
+            QVERIFY(!bar->isVisible());
+        QCOMPARE(w->menuBar()->actions().first()->text(), QString("File"));
+    }
+
+    void deviceGoneBeforeItsTabWasMade()
+    {
+        HostFixture f;
+        f.connect(deviceDesc(1, "kalbar W0001", 1));
+        QVERIFY(f.start());
+        MainWindow* w = f.window();
+        // Plugged in by a host thread, and removed on the GUI thread before the window
+        // took in the news of its arrival, which is still queued.
+        ov::IDev* dev = nullptr;
+        std::thread host(
+            [&f, &dev] { dev = f.host->connectDevice(deviceDesc(1, "kalbar W0009", 9)); });
+        host.join();
+        QVERIFY(dev);
+        QVERIFY(f.host->removeDevice(dev));
+        QTest::qWait(50);
+        QCOMPARE(w->tabWidget()->count(), 1);
+        QCOMPARE(w->deviceList().size(), 1);
+        QCOMPARE(w->allViews().size(), 1);
+    }
+
+    void removalFromThePagesOwnMenu()
+    {
+        HostFixture f;
+        f.connect(deviceDesc(1, "kalbar W0001", 1));
+        ov::IDev* second = f.connect(deviceDesc(1, "kalbar W0002", 2));
+        QVERIFY(f.start());
+        MainWindow* w = f.window();
+        w->show();
+        w->tabWidget()->setCurrentIndex(1);
+        QPointer<DevViewMpx> page = w->getView(second);
+        QVERIFY(page);
+        // Tools > Simulation > Remove device > the page's own device, in the window's
+        // menu bar, which is the page's.
+        QMenu* tools = nullptr;
+        for (QAction* a : w->menuBar()->actions())
+            if (a->text() == "Tools")
+                tools = a->menu();
+        QVERIFY(tools);
+        QMenu* remove = nullptr;
+        for (QAction* a : tools->actions())
+            if (a->text() == "Simulation")
+                for (QAction* b : a->menu()->actions())
+                    if (b->text() == "Remove device")
+                        remove = b->menu();
+        QVERIFY(remove);
+        QAction* self = nullptr;
+        for (QAction* a : remove->actions())
+            if (a->text() == "kalbar W0002")
+                self = a;
+        QVERIFY(self);
+        self->trigger();
+        QVERIFY(!f.host->deviceFor(second));
+        QVERIFY(!w->getView(second));
+        QCOMPARE(w->tabWidget()->count(), 1);
+        QCOMPARE(w->tabWidget()->currentWidget(), w->dockedViewList().at(0));
+        // The page goes once control is back in the event loop.
+        QTRY_VERIFY(page.isNull());
+    }
+
     void removingAMotorKeepsTheSharedView()
     {
         HostFixture f;
@@ -327,6 +423,11 @@ private slots:
         QCOMPARE(w->tabWidget()->count(), 2);
         QVERIFY(view->isWindow());
         QVERIFY(view->isVisible());
+        // The main window shows the page of its current tab, and the new window opens
+        // beside it, not exactly on top.
+        QCOMPARE(w->tabWidget()->currentWidget(), w->dockedViewList().at(0));
+        QVERIFY(w->tabWidget()->currentWidget()->isVisible());
+        QVERIFY(view->pos() != w->pos());
         QVERIFY(view->dockAction()->isVisible());
         QVERIFY(!view->undockAction()->isVisible());
         QCOMPARE(w->tabWidget()->currentIndex(), 0);

@@ -306,14 +306,27 @@ private slots:
         QCOMPARE(first.lines.size(), 51);
         QCOMPARE(second.lines.size(), 50);
 
-        // A device logs to its own callbacks and, with its name, to the host's.
+        // A device logs to its own callbacks, and with its name to the host's echo and
+        // history, but not to the host's callbacks: a page listening to both its device
+        // and the host sees each line once.
+        QStringList echoed;
+        host.setLogEcho([&echoed](unsigned level, const QString& text) {
+            echoed << QStringLiteral("%1|%2").arg(level).arg(text);
+        });
         ov::IDev* dev = host.connectDevice(sim::defaultDeviceSet().front());
         LogProbe devLog;
         QCOMPARE(dev->registerLogCallback(&collect, &devLog), 0);
         first.lines.clear();
+        echoed.clear();
         host.deviceFor(dev)->log(ov::LogWarning, QStringLiteral("bias low"));
         QCOMPARE(devLog.lines, QStringList {QStringLiteral("1|bias low")});
-        QCOMPARE(first.lines, QStringList {QStringLiteral("1|kalbar W0512: bias low")});
+        QVERIFY(first.lines.isEmpty());
+        QCOMPARE(echoed, QStringList {QStringLiteral("1|kalbar W0512: bias low")});
+        // The host's own lines reach its callbacks and the echo.
+        host.log(ov::LogError, QStringLiteral("host line"));
+        QCOMPARE(first.lines, QStringList {QStringLiteral("2|host line")});
+        QCOMPARE(echoed.last(), QStringLiteral("2|host line"));
+        host.setLogEcho(nullptr);
         QCOMPARE(dev->unregisterLogCallback(&collect, &devLog), 0);
         host.deviceFor(dev)->log(ov::LogInfo, QStringLiteral("again"));
         QCOMPARE(devLog.lines.size(), 1);

@@ -330,22 +330,27 @@ private slots:
             std::ofstream f(dir / "afile");
             f << "x";
         }
-        // A folder that cannot be made: the measurement runs, the failure is logged.
+        // A folder that cannot be made: the measurement runs, the failure is logged,
+        // and the result says that the output asked for is missing.
         const std::string blocked = (dir / "afile" / "x.txt").string();
-        QCOMPARE(run(*dev, blocked, 3, 1, 0, nullptr), 0);
+        QCOMPARE(run(*dev, blocked, 3, 1, 0, nullptr), int(sim::AcqErrOutputFile));
         QCOMPARE(dev->acqFrameCount(), 3);
         const QStringList errors = takeErrors();
         QCOMPARE(errors.size(), 2); // the first failure, then how many
         QVERIFY(errors[0].contains("afile"));
         QVERIFY(errors[1].contains("3 frame(s)"));
 
-        // Types the host cannot write.
-        QCOMPARE(run(*dev, (dir / "q.xyz").string(), 1, 1, 0, nullptr), 0);
+        // Types the host cannot write: measured, logged, and failed for the output.
+        const int noOutput = sim::AcqErrOutputFile;
+        QCOMPARE(run(*dev, (dir / "q.xyz").string(), 1, 1, 0, nullptr), noOutput);
         QCOMPARE(takeErrors().size(), 1);
-        QCOMPARE(run(*dev, (dir / "q.png").string(), 1, 1, 0, nullptr), 0);
+        QCOMPARE(run(*dev, (dir / "q.png").string(), 1, 1, 0, nullptr), noOutput);
         QCOMPARE(takeErrors().size(), 1);
-        QCOMPARE(run(*dev, (dir / "q.txt").string(), 1, 77, 0, nullptr), 0);
+        QCOMPARE(run(*dev, (dir / "q.txt").string(), 1, 77, 0, nullptr), noOutput);
         QCOMPARE(takeErrors().size(), 1);
+        // Without an output name nothing is asked for and nothing fails.
+        QCOMPARE(run(*dev, std::string(), 1, 1, 0, nullptr), 0);
+        QCOMPARE(takeErrors().size(), 0);
         QCOMPARE(filesBelow(dir), (std::set<std::string> {"afile"}));
     }
 };
