@@ -184,6 +184,19 @@ void ScriptRunner::addBuiltins()
         })});
     addCommand({QStringLiteral("quit"), 0, 0, QStringLiteral("quit"),
         [](const ScriptLine&) { return ScriptStep::quit(0); }});
+    // The runner itself moves through loops (runLoopLine); these entries give their
+    // argument checks and usage.
+    addCommand({QStringLiteral("loop"), 1, 1, QStringLiteral("loop COUNT"), nullptr,
+        [](const ScriptLine& line) {
+            bool ok = false;
+            const long count = line.args.at(0).toLong(&ok);
+            return ok && count >= 0 && count <= kMaxLoopCount
+                ? QString()
+                : QStringLiteral("bad count '%1' (a whole number from 0 to %2)")
+                      .arg(line.args.at(0))
+                      .arg(kMaxLoopCount);
+        }});
+    addCommand({QStringLiteral("end"), 0, 0, QStringLiteral("end"), nullptr});
 }
 
 bool ScriptRunner::loadFile(const QString& path)
@@ -236,7 +249,50 @@ bool ScriptRunner::loadText(const QString& text, const QString& label)
         }
         m_lines.push_back(line);
     }
+    return pairLoops();
+}
+
+bool ScriptRunner::pairLoops()
+{
+    std::vector<size_t> open;
+    for (size_t i = 0; i < m_lines.size(); ++i) {
+        ScriptLine& line = m_lines[i];
+        if (line.command == QLatin1String("loop")) {
+            open.push_back(i);
+        } else if (line.command == QLatin1String("end")) {
+            if (open.empty()) {
+                m_error = QStringLiteral("%1: 'end' without 'loop'").arg(where(line));
+                return false;
+            }
+            line.partner = static_cast<int>(open.back());
+            m_lines[open.back()].partner = static_cast<int>(i);
+            open.pop_back();
+        }
+    }
+    if (!open.empty()) {
+        m_error = QStringLiteral("%1: 'loop' without 'end'").arg(where(m_lines[open.back()]));
+        return false;
+    }
+    m_loopLeft.assign(m_lines.size(), 0);
     return true;
+}
+
+bool ScriptRunner::runLoopLine(const ScriptLine& line)
+{
+    const size_t self = m_pos - 1;
+    const auto partner = static_cast<size_t>(line.partner);
+    if (line.command == QLatin1String("loop")) {
+        m_loopLeft[self] = line.args.at(0).toLong();
+        if (m_loopLeft[self] == 0)
+            m_pos = partner + 1;
+        return false;
+    }
+    if (--m_loopLeft[partner] > 0) {
+        m_pos = partner + 1;
+        // A loop of quick commands still lets the window and the devices' events run.
+        return true;
+    }
+    return false;
 }
 
 QString ScriptRunner::where(const ScriptLine& line) const
@@ -260,6 +316,13 @@ void ScriptRunner::runNext()
     // only when a command waits, which keeps a script of quick commands quick.
     while (m_pos < m_lines.size()) {
         const ScriptLine& line = m_lines[m_pos++];
+        if (line.partner >= 0) {
+            if (runLoopLine(line)) {
+                m_timer.start(0);
+                return;
+            }
+            continue;
+        }
         ScriptStep step = m_commands.at(line.command).run(line);
         switch (step.kind) {
         case ScriptStep::Kind::Next:

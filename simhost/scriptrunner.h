@@ -1,7 +1,8 @@
 // Runs a plain text script of commands on the GUI thread, driven by the event loop.
 //
 // One command per line, words separated by blanks ("double quotes" group words), '#'
-// starts a comment. The whole script is checked first (known commands, argument counts,
+// starts a comment. "loop N" ... "end" repeats the lines between them N times; loops
+// nest. The whole script is checked first (known commands, argument counts,
 // and the values of commands that have a check), so a typo is reported before anything
 // runs; errors name the line. Commands come from
 // a table: the built-ins (wait, screenshot, connect, remove, lock, unlock, log, quit)
@@ -37,6 +38,9 @@ struct ScriptLine
     int number = 0;  // 1-based line in the file
     QString command; // lower case
     QStringList args;
+    // For "loop" the index of its "end" among the script's lines, for "end" the index
+    // of its "loop"; -1 for other commands.
+    int partner = -1;
 };
 
 // What a command tells the runner to do next.
@@ -109,6 +113,8 @@ public:
 
     // Poll interval of ScriptStep::until.
     static constexpr int kPollMs = 20;
+    // Most rounds of one loop.
+    static constexpr long kMaxLoopCount = 1000000000L;
 
 signals:
     // exitCode 0 after "quit" or the last line; 1 after an error, message naming it.
@@ -117,6 +123,11 @@ signals:
 private:
     void addBuiltins();
     void runNext();
+    // Pairs every "loop" with its "end"; false with m_error set when they do not match.
+    bool pairLoops();
+    // Runs a "loop" or "end" line at m_pos - 1: moves m_pos. True when the runner
+    // should give the event loop a turn before it goes on.
+    bool runLoopLine(const ScriptLine& line);
     void poll();
     void finish(int exitCode, const QString& message);
     QString where(const ScriptLine& line) const;
@@ -127,6 +138,8 @@ private:
     QString m_label;
     QString m_error;
     size_t m_pos = 0;
+    // Rounds still to run, per "loop" line.
+    std::vector<long> m_loopLeft;
     bool m_running = false;
     QTimer m_timer;
     QElapsedTimer m_pollClock;

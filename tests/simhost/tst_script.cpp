@@ -103,6 +103,73 @@ private slots:
                               << "c.txt:2: wrong number of arguments, usage: quit";
         QTest::newRow("quote") << "log info \"open\n"
                                << "c.txt:1: missing closing quote";
+        QTest::newRow("end alone") << "log info a\nend\n"
+                                   << "c.txt:2: 'end' without 'loop'";
+        QTest::newRow("loop open") << "loop 2\nloop 3\nend\n# none\n"
+                                   << "c.txt:1: 'loop' without 'end'";
+        QTest::newRow("loop count") << "loop many\nend\n"
+                                    << "c.txt:1: bad count 'many' (a whole number from 0 to "
+                                       "1000000000)";
+        QTest::newRow("loop negative") << "loop -1\nend\n"
+                                       << "c.txt:1: bad count '-1' (a whole number from 0 to "
+                                          "1000000000)";
+        QTest::newRow("loop args") << "loop\nend\n"
+                                   << "c.txt:1: wrong number of arguments, usage: loop COUNT";
+        QTest::newRow("end args") << "loop 1\nend now\n"
+                                  << "c.txt:2: wrong number of arguments, usage: end";
+        // A bad line inside a loop is found before anything runs.
+        QTest::newRow("inside loop") << "loop 3\n  wait 1\n  frobnicate\nend\n"
+                                     << "c.txt:3: unknown command 'frobnicate'";
+    }
+
+    void loopsRepeatAndNest()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY2(runner.loadText(QStringLiteral("log info start\n"
+                                                "loop 3\n"
+                                                "  log info outer\n"
+                                                "  loop 2\n"
+                                                "    log info inner\n"
+                                                "  end\n"
+                                                "  loop 0\n"
+                                                "    log info never\n"
+                                                "  end\n"
+                                                "end\n"
+                                                "log info done\n"),
+                     QStringLiteral("l.txt")),
+            qPrintable(runner.error()));
+        QCOMPARE(runScript(runner).code, 0);
+        QStringList lines;
+        for (const QString& line : host.logHistory()) {
+            if (line.startsWith(QLatin1String("info: ")))
+                lines << line.mid(6);
+        }
+        const QStringList expected {"start", "outer", "inner", "inner", "outer", "inner", "inner",
+            "outer", "inner", "inner", "done"};
+        QCOMPARE(lines, expected);
+    }
+
+    void loopsOfQuickCommandsLetTheEventLoopRun()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY(runner.loadText(
+            QStringLiteral("loop 50\nconnect 1 kalbar L1 9\nremove kalbar L1\nend\n"),
+            QStringLiteral("h.txt")));
+        // A timer of the window that wants every turn of the event loop gets one between
+        // the rounds.
+        int ticks = 0;
+        QTimer ticker;
+        QObject::connect(&ticker, &QTimer::timeout, [&ticks]() { ++ticks; });
+        ticker.start(0);
+        const Outcome outcome = runScript(runner);
+        ticker.stop();
+        QCOMPARE(outcome.code, 0);
+        QVERIFY2(ticks >= 45, qPrintable(QString::number(ticks)));
+        QCOMPARE(host.deviceCount(), 0);
     }
 
     void checkErrorsNameTheLine()
