@@ -26,7 +26,7 @@ ensure_packages() {
 
 # Packages to build and run the program.
 RUN_PACKAGES=(cmake make g++ pkg-config qt6-base-dev qt6-base-dev-tools libgl-dev
-              fonts-dejavu-core)
+              fonts-dejavu-core ccache)
 # Extra packages for the test suite: benchmarks, fuzzing, formatting.
 TEST_PACKAGES=(libbenchmark-dev clang libclang-rt-14-dev clang-format)
 
@@ -36,11 +36,35 @@ configure_and_build() {
     local dir="$1"
     shift
     mkdir -p "$dir"
-    cmake -S "$ROOT" -B "$dir" "$@" >"$dir.configure.log" 2>&1 || {
+    local launcher=()
+    if command -v ccache >/dev/null 2>&1; then
+        # Paths relative to the checkout, so a fresh clone in another folder reuses the
+        # cache of an earlier one.
+        export CCACHE_BASEDIR="$ROOT"
+        export CCACHE_NOHASHDIR=1
+        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+    fi
+    cmake -S "$ROOT" -B "$dir" "${launcher[@]}" "$@" >"$dir.configure.log" 2>&1 || {
         cat "$dir.configure.log" >&2
         return 1
     }
     local targets=()
     [ -n "${BUILD_TARGETS:-}" ] && targets=(--target $BUILD_TARGETS)
     cmake --build "$dir" -j "$(nproc)" "${targets[@]}"
+}
+
+# phase NAME: prints the time the previous phase took, then the heading of the next;
+# "phase" alone closes the last one.
+PHASE_NAME=""
+PHASE_START=0
+phase() {
+    local now
+    now=$(date +%s)
+    if [ -n "$PHASE_NAME" ]; then
+        echo "-- $PHASE_NAME took $((now - PHASE_START)) s"
+    fi
+    PHASE_NAME="${1:-}"
+    PHASE_START=$now
+    [ -n "$PHASE_NAME" ] && echo "== $PHASE_NAME"
+    return 0
 }
