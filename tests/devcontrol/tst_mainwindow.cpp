@@ -3,6 +3,7 @@
 #include "devviewmotor.h"
 #include "devviewmpx.h"
 #include "hostfixture.h"
+#include "menupath.h"
 #include "qfancytabwidget.h"
 
 #include <QAction>
@@ -303,22 +304,7 @@ private slots:
         QVERIFY(page);
         // Tools > Simulation > Remove device > the page's own device, in the window's
         // menu bar, which is the page's.
-        QMenu* tools = nullptr;
-        for (QAction* a : w->menuBar()->actions())
-            if (a->text() == "Tools")
-                tools = a->menu();
-        QVERIFY(tools);
-        QMenu* remove = nullptr;
-        for (QAction* a : tools->actions())
-            if (a->text() == "Simulation")
-                for (QAction* b : a->menu()->actions())
-                    if (b->text() == "Remove device")
-                        remove = b->menu();
-        QVERIFY(remove);
-        QAction* self = nullptr;
-        for (QAction* a : remove->actions())
-            if (a->text() == "kalbar W0002")
-                self = a;
+        QAction* self = menuBarAction(w, {"Tools", "Simulation", "Remove device", "kalbar W0002"});
         QVERIFY(self);
         self->trigger();
         QVERIFY(!f.host->deviceFor(second));

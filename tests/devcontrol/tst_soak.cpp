@@ -6,6 +6,7 @@
 #include "devviewmpx.h"
 #include "hostfixture.h"
 #include "livecounter.h"
+#include "menupath.h"
 #include "qfancytabwidget.h"
 
 #include <QMenu>
@@ -18,29 +19,6 @@ using PluginDevControl::DevViewMpx;
 using PluginDevControl::MainWindow;
 
 namespace {
-
-QAction* actionNamed(const QMenu* menu, const QString& text)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
-
-// The action at the end of a path of menu titles below the window's menu bar.
-QAction* menuBarAction(MainWindow* window, const QStringList& path)
-{
-    QMenuBar* bar = window->menuBar();
-    QAction* action = nullptr;
-    for (QAction* top : bar->actions()) {
-        if (top->text() == path.first())
-            action = top;
-    }
-    for (int i = 1; action && i < path.size(); ++i)
-        action = action->menu() ? actionNamed(action->menu(), path.at(i)) : nullptr;
-    return action;
-}
 
 // Picks an item of a menu with the mouse, as a user does: the menu is delivering the
 // click when the item's work runs.
