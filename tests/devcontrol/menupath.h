@@ -1,5 +1,5 @@
-// Finds an action of the main window's menu bar by the titles on its way, as a user
-// reads them: {"Tools", "Simulation", "Remove device", "kalbar W0002"}.
+// Menus of the main window as a user meets them: an action found by the titles on its
+// way ({"Tools", "Simulation", "Remove device", "kalbar W0002"}), and a click on it.
 #pragma once
 
 #include "mainwindow.h"
@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QStringList>
+#include <QTest>
 
 inline QAction* menuBarAction(PluginDevControl::MainWindow* window, const QStringList& path)
 {
@@ -24,4 +25,17 @@ inline QAction* menuBarAction(PluginDevControl::MainWindow* window, const QStrin
         level = found->menu() ? found->menu()->actions() : QList<QAction*>();
     }
     return found;
+}
+
+// Picks an item of a menu with the mouse, as a user does: the menu is delivering the
+// click while the item's work runs.
+inline bool clickMenuItem(QMenu* menu, QAction* item)
+{
+    menu->popup(QPoint(20, 20));
+    if (!QTest::qWaitFor([menu] { return menu->isVisible(); }, 5000))
+        return false;
+    const QPoint at = menu->actionGeometry(item).center();
+    QTest::mouseMove(menu, at);
+    QTest::mouseClick(menu, Qt::LeftButton, Qt::NoModifier, at);
+    return true;
 }

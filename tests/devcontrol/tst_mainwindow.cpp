@@ -306,7 +306,8 @@ private slots:
         // menu bar, which is the page's.
         QAction* self = menuBarAction(w, {"Tools", "Simulation", "Remove device", "kalbar W0002"});
         QVERIFY(self);
-        self->trigger();
+        QVERIFY(clickMenuItem(
+            menuBarAction(w, {"Tools", "Simulation", "Remove device"})->menu(), self));
         QVERIFY(!f.host->deviceFor(second));
         QVERIFY(!w->getView(second));
         QCOMPARE(w->tabWidget()->count(), 1);

@@ -18,21 +18,6 @@ using PluginDevControl::DevView;
 using PluginDevControl::DevViewMpx;
 using PluginDevControl::MainWindow;
 
-namespace {
-
-// Picks an item of a menu with the mouse, as a user does: the menu is delivering the
-// click when the item's work runs.
-void clickMenuItem(QMenu* menu, QAction* item)
-{
-    menu->popup(QPoint(20, 20));
-    QTRY_VERIFY(menu->isVisible());
-    const QPoint at = menu->actionGeometry(item).center();
-    QTest::mouseMove(menu, at);
-    QTest::mouseClick(menu, Qt::LeftButton, Qt::NoModifier, at);
-}
-
-} // namespace
-
 class TestSoak : public QObject
 {
     Q_OBJECT
@@ -104,11 +89,11 @@ private slots:
                 {QStringLiteral("Tools"), QStringLiteral("Simulation"),
                     QStringLiteral("Remove device"), name});
             QVERIFY2(item, qPrintable(name));
-            clickMenuItem(menuBarAction(window,
-                              {QStringLiteral("Tools"), QStringLiteral("Simulation"),
-                                  QStringLiteral("Remove device")})
-                              ->menu(),
-                item);
+            QVERIFY(clickMenuItem(menuBarAction(window,
+                                      {QStringLiteral("Tools"), QStringLiteral("Simulation"),
+                                          QStringLiteral("Remove device")})
+                                      ->menu(),
+                item));
             QTRY_VERIFY_WITH_TIMEOUT(fixture.host->deviceFor(dev) == nullptr, 20000);
             QVERIFY(window->getView(dev) == nullptr);
             // The window shows a page that is still there, and its title.
