@@ -10,14 +10,14 @@ namespace sim {
 const std::vector<KindInfo>& deviceKinds()
 {
     static const std::vector<KindInfo> kinds = {
-        {KindTimepix, "timepix", "mpx2", "Timepix quad", "kalbar", "W"},
-        {KindTimepix3, "timepix3", "tpx3", "Timepix3", "sparrel", "F"},
-        {KindMedipix3, "medipix3", "mpx3", "Medipix3", "hanvik", "M"},
-        {KindTimepix2, "timepix2", "tpx2", "Timepix2", "zoltin", "T"},
-        {KindFile, "file", "filedev", "File device", "filedev", "Files"},
-        {KindMotor, "motor", "motors", "Motor", "motors", "Axis"},
-        {KindXray, "xray", "x-ray", "X-ray source", "xray", "Tube"},
-        {KindHvSource, "hv", "hvsource", "High-voltage source", "hv", "Supply"},
+        {ov::DevKindMpx2, "timepix", "mpx2", "Timepix quad", "kalbar", "W"},
+        {ov::DevKindTpx3, "timepix3", "tpx3", "Timepix3", "sparrel", "F"},
+        {ov::DevKindMpx3, "medipix3", "mpx3", "Medipix3", "hanvik", "M"},
+        {ov::DevKindTpx2, "timepix2", "tpx2", "Timepix2", "zoltin", "T"},
+        {ov::DevKindFile, "file", "filedev", "File device", "filedev", "Files"},
+        {ov::DevKindMotor, "motor", "motors", "Motor", "motors", "Axis"},
+        {ov::DevKindXray, "xray", "x-ray", "X-ray source", "xray", "Tube"},
+        {ov::DevKindHvSource, "hv", "hvsource", "High-voltage source", "hv", "Supply"},
     };
     return kinds;
 }
@@ -52,11 +52,11 @@ namespace {
 
 void applyDefaultGeometry(DeviceDesc& desc)
 {
-    desc.chips = desc.kind == KindTimepix ? 4 : (desc.isDetector() ? 1 : 0);
+    desc.chips = desc.kind == ov::DevKindMpx2 ? 4 : (desc.isDetector() ? 1 : 0);
     desc.width = desc.height = desc.chips == 4 ? 512 : 256;
-    if (!desc.isDetector() && desc.kind != KindFile)
+    if (!desc.isDetector() && desc.kind != ov::DevKindFile)
         desc.width = desc.height = 0;
-    desc.outputs = desc.kind == KindHvSource ? 2 : 0;
+    desc.outputs = desc.kind == ov::DevKindHvSource ? 2 : 0;
 }
 
 DeviceDesc named(int kind, const char* name, uint32_t serial)
@@ -83,23 +83,23 @@ bool parsePositive(const QString& text, int max, int* out)
 
 std::vector<DeviceDesc> defaultDeviceSet()
 {
-    DeviceDesc quad = named(KindTimepix, "kalbar W0512", 512);
+    DeviceDesc quad = named(ov::DevKindMpx2, "kalbar W0512", 512);
     quad.factoryConfig = true;
-    DeviceDesc medipix2 = named(KindTimepix, "tornel B0208", 208);
+    DeviceDesc medipix2 = named(ov::DevKindMpx2, "tornel B0208", 208);
     medipix2.chips = 1;
     medipix2.width = medipix2.height = 256;
     medipix2.medipix2 = true;
     return {
         quad,
         medipix2,
-        named(KindTimepix3, "sparrel F0317", 317),
-        named(KindMedipix3, "hanvik M0102", 102),
-        named(KindTimepix2, "zoltin T0221", 221),
-        named(KindFile, "filedev Samples", 1),
-        named(KindMotor, "motors X-stage", 1101),
-        named(KindMotor, "motors Y-stage", 1102),
-        named(KindXray, "xray Tube", 1201),
-        named(KindHvSource, "hv Supply", 1401),
+        named(ov::DevKindTpx3, "sparrel F0317", 317),
+        named(ov::DevKindMpx3, "hanvik M0102", 102),
+        named(ov::DevKindTpx2, "zoltin T0221", 221),
+        named(ov::DevKindFile, "filedev Samples", 1),
+        named(ov::DevKindMotor, "motors X-stage", 1101),
+        named(ov::DevKindMotor, "motors Y-stage", 1102),
+        named(ov::DevKindXray, "xray Tube", 1201),
+        named(ov::DevKindHvSource, "hv Supply", 1401),
     };
 }
 
@@ -160,11 +160,11 @@ bool parseDeviceWords(const QStringList& words, DeviceDesc* out, QString* error)
         if (key == QLatin1String("edu") && !option.contains(QLatin1Char('='))) {
             desc.education = true;
         } else if (key == QLatin1String("mpx2") && !option.contains(QLatin1Char('='))) {
-            if (desc.kind != KindTimepix)
+            if (desc.kind != ov::DevKindMpx2)
                 return fail(QStringLiteral("option mpx2 is for kind timepix only"));
             desc.medipix2 = true;
         } else if (key == QLatin1String("factory") && !option.contains(QLatin1Char('='))) {
-            if (desc.kind != KindTimepix)
+            if (desc.kind != ov::DevKindMpx2)
                 return fail(QStringLiteral("option factory is for kind timepix only"));
             desc.factoryConfig = true;
         } else if (key == QLatin1String("events")) {

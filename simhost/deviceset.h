@@ -2,6 +2,8 @@
 // the device-set file format (see docs/simhost.md).
 #pragma once
 
+#include <ovcore.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -10,24 +12,12 @@
 
 namespace sim {
 
-// IDev::deviceType() values.
-enum DeviceKind : int {
-    KindTimepix = 1, // Medipix2 and Timepix
-    KindMedipix3 = 2,
-    KindTimepix3 = 3,
-    KindTimepix2 = 4,
-    KindFile = 10,
-    KindMotor = 11,
-    KindXray = 12,
-    KindHvSource = 14,
-};
-
 // The record kind of DevInfo for an education device.
 constexpr uint32_t kEducationRecordKind = 22;
 
 struct DeviceDesc
 {
-    int kind = 0;
+    int kind = 0; // an ov::DevKind
     QString name; // "<interface word> <identifier>"
     uint32_t serial = 0;
     bool education = false;
@@ -42,7 +32,7 @@ struct DeviceDesc
     bool factoryConfig = false;
 
     QString interfaceWord() const { return name.section(QLatin1Char(' '), 0, 0); }
-    bool isDetector() const { return kind >= KindTimepix && kind <= KindTimepix2; }
+    bool isDetector() const { return kind >= ov::DevKindMpx2 && kind <= ov::DevKindTpx2; }
 };
 
 struct KindInfo

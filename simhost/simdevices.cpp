@@ -9,15 +9,15 @@ PlainDevice::PlainDevice(const DeviceDesc& desc) : DeviceBase<ov::IDev>(desc) { 
 std::shared_ptr<SimDevice> createDevice(const DeviceDesc& desc)
 {
     switch (desc.kind) {
-    case KindTimepix:
+    case ov::DevKindMpx2:
         return std::make_shared<TimepixDevice>(desc);
-    case KindMedipix3:
-    case KindTimepix3:
-    case KindTimepix2:
-    case KindFile:
-    case KindMotor:
-    case KindXray:
-    case KindHvSource:
+    case ov::DevKindMpx3:
+    case ov::DevKindTpx3:
+    case ov::DevKindTpx2:
+    case ov::DevKindFile:
+    case ov::DevKindMotor:
+    case ov::DevKindXray:
+    case ov::DevKindHvSource:
         return std::make_shared<PlainDevice>(desc);
     default:
         return nullptr;

@@ -78,7 +78,7 @@ void subscribe(sim::TimepixDevice& dev, Recorder& rec)
 
 std::shared_ptr<sim::TimepixDevice> makeDevice(int chips, bool eventThread, uint32_t serial = 77)
 {
-    sim::DeviceDesc desc = sim::makeDeviceDesc(sim::KindTimepix, serial);
+    sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindMpx2, serial);
     desc.chips = chips;
     desc.width = chips == 4 ? 512 : 256;
     desc.height = chips == 4 ? 512 : 256;
@@ -488,7 +488,7 @@ private slots:
         QCOMPARE(mdev->eventDeliveryMode(), sim::EventDelivery::HostThread);
         QCOMPARE(mdev->pixCfg()->kind(), 1);
         // Other kinds stay plain devices.
-        sim::DeviceDesc motor = sim::makeDeviceDesc(sim::KindMotor, 5);
+        sim::DeviceDesc motor = sim::makeDeviceDesc(ov::DevKindMotor, 5);
         QVERIFY(!dynamic_cast<sim::TimepixDevice*>(sim::createDevice(motor).get()));
     }
 };

@@ -13,7 +13,7 @@ namespace {
 
 std::shared_ptr<sim::TimepixDevice> makeDevice(bool medipix2, int chips)
 {
-    sim::DeviceDesc desc = sim::makeDeviceDesc(sim::KindTimepix, 77);
+    sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindMpx2, 77);
     desc.chips = chips;
     desc.width = chips == 4 ? 512 : 256 * chips;
     desc.height = chips == 4 ? 512 : 256;

@@ -112,11 +112,11 @@ private slots:
         const std::map<int, int> expected
             = {{1, 2}, {2, 1}, {3, 1}, {4, 1}, {10, 1}, {11, 2}, {12, 1}, {14, 1}};
         QCOMPARE(kinds, expected);
-        QCOMPARE(set.front().kind, int(sim::KindTimepix));
+        QCOMPARE(set.front().kind, int(ov::DevKindMpx2));
         QCOMPARE(set.front().chips, 4);
         QCOMPARE(set.front().width, 512);
         QCOMPARE(set.front().height, 512);
-        QCOMPARE(set.back().kind, int(sim::KindHvSource));
+        QCOMPARE(set.back().kind, int(ov::DevKindHvSource));
         QCOMPARE(set.back().outputs, 2);
     }
 
@@ -137,7 +137,7 @@ private slots:
         QCOMPARE(set[0].name, QStringLiteral("kalbar W0087"));
         QCOMPARE(set[0].serial, 87u);
         QCOMPARE(set[0].width, 512);
-        QCOMPARE(set[1].kind, int(sim::KindTimepix3));
+        QCOMPARE(set[1].kind, int(ov::DevKindTpx3));
         QCOMPARE(set[1].name, QStringLiteral("sparrel F0001"));
         QVERIFY(set[1].education);
         QVERIFY(!set[0].education);
@@ -182,7 +182,7 @@ private slots:
     {
         QTemporaryDir tmp;
         sim::SimHost host(tmp.path());
-        sim::DeviceDesc desc = sim::makeDeviceDesc(sim::KindTimepix3, 0x01020304u);
+        sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindTpx3, 0x01020304u);
         desc.name = QStringLiteral("sparrel F0317");
         ov::IDev* dev = host.connectDevice(desc);
         unsigned char record[24];
@@ -200,7 +200,7 @@ private slots:
         QCOMPARE(dev->deviceType(), 3);
 
         // An education device has 22 at byte 8; a long interface word stays terminated.
-        sim::DeviceDesc edu = sim::makeDeviceDesc(sim::KindTimepix, 9);
+        sim::DeviceDesc edu = sim::makeDeviceDesc(ov::DevKindMpx2, 9);
         edu.name = QStringLiteral("composite C1");
         edu.education = true;
         ov::IDev* eduDev = host.connectDevice(edu);
@@ -389,7 +389,7 @@ private slots:
                 threads.emplace_back([&host, t]() {
                     for (int i = 0; i < 25; ++i) {
                         sim::DeviceDesc desc
-                            = sim::makeDeviceDesc(sim::KindMotor, uint32_t(t * 100 + i));
+                            = sim::makeDeviceDesc(ov::DevKindMotor, uint32_t(t * 100 + i));
                         ov::IDev* dev = host.connectDevice(desc);
                         host.moduleSettings("devcontrol", dev, 0)->setInt("A", "i", i);
                         host.deviceFor(dev)->log(ov::LogInfo, QStringLiteral("hello"));

@@ -50,7 +50,7 @@ private slots:
         QCOMPARE(found, 1);
         QVERIFY(set.at(1).medipix2); // beside the quad
         const sim::DeviceDesc d = medipix2Desc();
-        QCOMPARE(d.kind, int(sim::KindTimepix));
+        QCOMPARE(d.kind, int(ov::DevKindMpx2));
         QCOMPARE(d.chips, 1);
         QCOMPARE(d.width, 256);
         QCOMPARE(d.height, 256);

@@ -31,7 +31,7 @@ namespace {
 
 std::shared_ptr<sim::TimepixDevice> makeDevice(QStringList* errors, std::mutex* mutex)
 {
-    sim::DeviceDesc desc = sim::makeDeviceDesc(sim::KindTimepix, 4242);
+    sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindMpx2, 4242);
     desc.chips = 1;
     desc.width = 256;
     desc.height = 256;

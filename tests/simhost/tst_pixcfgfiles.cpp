@@ -16,7 +16,7 @@ namespace {
 
 std::shared_ptr<sim::TimepixDevice> makeDevice(bool medipix2, int chips = 1)
 {
-    sim::DeviceDesc desc = sim::makeDeviceDesc(sim::KindTimepix, medipix2 ? 208 : 512);
+    sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindMpx2, medipix2 ? 208 : 512);
     desc.chips = chips;
     desc.width = chips == 4 ? 512 : 256;
     desc.height = chips == 4 ? 512 : 256;

@@ -53,7 +53,7 @@ private slots:
         QCOMPARE(visible, 1);
 
         // Hot plug reaches the plug-in.
-        host.connectDevice(sim::makeDeviceDesc(sim::KindXray, 77));
+        host.connectDevice(sim::makeDeviceDesc(ov::DevKindXray, 77));
         QCOMPARE(probe->newDeviceEvents.load(), 1);
 
         // Shutdown: onClose on the GUI thread, then the settings are saved (the plug-in
@@ -70,7 +70,7 @@ private slots:
         QCOMPARE(trace[QStringLiteral("Close")][QStringLiteral("onGui")], QStringLiteral("true"));
         QCOMPARE(trace[QStringLiteral("Close")][QStringLiteral("calls")], QStringLiteral("1"));
         // Callbacks of the unloaded plug-in are gone: a new device calls nothing.
-        host.connectDevice(sim::makeDeviceDesc(sim::KindXray, 78));
+        host.connectDevice(sim::makeDeviceDesc(ov::DevKindXray, 78));
         for (QWidget* w : QApplication::topLevelWidgets())
             QVERIFY(!w->isVisible());
     }

@@ -34,7 +34,7 @@ void onEvent(long, long user)
 
 std::shared_ptr<sim::TimepixDevice> makeDevice(int chips, bool medipix2 = false)
 {
-    sim::DeviceDesc desc = sim::makeDeviceDesc(sim::KindTimepix, 321);
+    sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindMpx2, 321);
     desc.chips = chips;
     desc.width = chips == 4 ? 512 : 256;
     desc.height = chips == 4 ? 512 : 256;
