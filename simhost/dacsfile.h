@@ -5,12 +5,18 @@
 // value, so a damaged file never yields half a table.
 #pragma once
 
-#include "simdacs.h"
-
 #include <string>
 #include <vector>
 
 namespace sim {
+
+// One DAC of a family: its name in the file, its largest value and its default.
+struct DacInfo
+{
+    const char* name;
+    int maxValue;
+    int defaultValue;
+};
 
 // Results of the file functions (0 on success); the codes match those of the pixel
 // configuration files.

@@ -49,14 +49,14 @@ unsigned getU16(const std::string& in, size_t at)
 // "counts").
 struct Component
 {
-    std::vector<uint8_t> SimPixCfg::Pixels::*plane;
+    std::vector<uint8_t> PixCfgPlanes::*plane;
     unsigned maxValue;
     bool inverted;
 };
 
 int componentOf(int format, int kind, Component* out, std::string* error)
 {
-    using P = SimPixCfg::Pixels;
+    using P = PixCfgPlanes;
     switch (format) {
     case PixCfgMask:
         *out = {&P::mask, 1, true};
@@ -65,19 +65,19 @@ int componentOf(int format, int kind, Component* out, std::string* error)
         *out = {&P::test, 1, false};
         return PixCfgFileOk;
     case PixCfgThl:
-        *out = {&P::thl, SimPixCfg::kThlMax, false};
+        *out = {&P::thl, kPixCfgThlMax, false};
         return PixCfgFileOk;
     case PixCfgThh:
-        if (kind != SimPixCfg::KindMedipix2)
+        if (kind != PixCfgKindMedipix2)
             return fail(error, PixCfgFileBadFormat,
                 "format 4 (THH adjustment matrix) is for Medipix2 configurations only");
-        *out = {&P::mode, SimPixCfg::kThhMax, false};
+        *out = {&P::mode, kPixCfgThhMax, false};
         return PixCfgFileOk;
     case PixCfgMode:
-        if (kind != SimPixCfg::KindTimepix)
+        if (kind != PixCfgKindTimepix)
             return fail(error, PixCfgFileBadFormat,
                 "format 5 (Timepix mode matrix) is for Timepix configurations only");
-        *out = {&P::mode, SimPixCfg::kModeMax, false};
+        *out = {&P::mode, kPixCfgModeMax, false};
         return PixCfgFileOk;
     default:
         return fail(error, PixCfgFileBadFormat,
@@ -87,14 +87,14 @@ int componentOf(int format, int kind, Component* out, std::string* error)
 
 unsigned maxModeOf(int kind)
 {
-    return kind == SimPixCfg::KindMedipix2 ? SimPixCfg::kThhMax : SimPixCfg::kModeMax;
+    return kind == PixCfgKindMedipix2 ? kPixCfgThhMax : kPixCfgModeMax;
 }
 
 const char* kindName(unsigned kind)
 {
-    return kind == SimPixCfg::KindMedipix2 ? "Medipix2"
-        : kind == SimPixCfg::KindTimepix   ? "Timepix"
-                                           : "unknown";
+    return kind == PixCfgKindMedipix2 ? "Medipix2"
+        : kind == PixCfgKindTimepix   ? "Timepix"
+                                      : "unknown";
 }
 
 bool isBlank(char c)
@@ -104,7 +104,7 @@ bool isBlank(char c)
 
 } // namespace
 
-std::string encodeBpc(const PixCfgShape& shape, const SimPixCfg::Pixels& px)
+std::string encodeBpc(const PixCfgShape& shape, const PixCfgPlanes& px)
 {
     const size_t n = size_t(shape.width) * shape.height;
     std::string out;
@@ -124,7 +124,7 @@ std::string encodeBpc(const PixCfgShape& shape, const SimPixCfg::Pixels& px)
 }
 
 int decodeBpc(const std::string& bytes, const std::string& origin, const PixCfgShape& shape,
-    SimPixCfg::Pixels* out, std::string* error)
+    PixCfgPlanes* out, std::string* error)
 {
     if (bytes.size() < kBpcHeaderBytes || std::memcmp(bytes.data(), kBpcMagic, 4) != 0)
         return fail(error, PixCfgFileDamaged, origin + ": not a binary pixel configuration");
@@ -151,7 +151,7 @@ int decodeBpc(const std::string& bytes, const std::string& origin, const PixCfgS
             origin + ": " + std::to_string(bytes.size()) + " bytes where "
                 + std::to_string(expected) + " were expected"
                 + (bytes.size() < expected ? " (truncated)" : ""));
-    SimPixCfg::Pixels px;
+    PixCfgPlanes px;
     px.mask.resize(n);
     px.test.resize(n);
     px.thl.resize(n);
@@ -160,7 +160,7 @@ int decodeBpc(const std::string& bytes, const std::string& origin, const PixCfgS
     for (size_t i = 0; i < n; ++i) {
         const auto* rec = reinterpret_cast<const unsigned char*>(bytes.data()) + kBpcHeaderBytes
             + kBpcPixelBytes * i;
-        if (rec[0] > 1 || rec[1] > 1 || rec[2] > SimPixCfg::kThlMax || rec[3] > modeMax)
+        if (rec[0] > 1 || rec[1] > 1 || rec[2] > kPixCfgThlMax || rec[3] > modeMax)
             return fail(error, PixCfgFileDamaged,
                 origin + ": pixel " + std::to_string(i) + " holds a value out of range");
         px.mask[i] = rec[0] ? 0 : 1;
@@ -254,7 +254,7 @@ int decodeMatrix(const std::string& text, const std::string& origin, unsigned wi
 }
 
 int savePixCfgFile(const std::string& path, int format, const PixCfgShape& shape,
-    const SimPixCfg::Pixels& px, std::string* error)
+    const PixCfgPlanes& px, std::string* error)
 {
     std::string bytes;
     if (format == PixCfgBinary) {
@@ -275,8 +275,8 @@ int savePixCfgFile(const std::string& path, int format, const PixCfgShape& shape
     return PixCfgFileOk;
 }
 
-int loadPixCfgFile(const std::string& path, int format, const PixCfgShape& shape,
-    SimPixCfg::Pixels* out, std::string* error)
+int loadPixCfgFile(const std::string& path, int format, const PixCfgShape& shape, PixCfgPlanes* out,
+    std::string* error)
 {
     const uint64_t pixels = uint64_t(shape.width) * shape.height;
     Component c {};
@@ -307,7 +307,7 @@ int loadPixCfgFile(const std::string& path, int format, const PixCfgShape& shape
     if (c.inverted)
         for (uint8_t& v : plane)
             v = v ? 0 : 1;
-    *out = SimPixCfg::Pixels();
+    *out = PixCfgPlanes();
     (*out).*(c.plane) = std::move(plane);
     return PixCfgFileOk;
 }

@@ -6,11 +6,27 @@
 // damaged file never yields half a configuration.
 #pragma once
 
-#include "simpixcfg.h"
-
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace sim {
+
+// The chips a configuration is for (IMpxPixCfg::kind()) and the largest value of each
+// adjustment.
+enum PixCfgKind : int {
+    PixCfgKindMedipix2 = 1,
+    PixCfgKindTimepix = 2
+};
+constexpr uint8_t kPixCfgThlMax = 15;
+constexpr uint8_t kPixCfgThhMax = 7;
+constexpr uint8_t kPixCfgModeMax = 3;
+
+// Every component of every pixel, one plane each (width x height values).
+struct PixCfgPlanes
+{
+    std::vector<uint8_t> mask, test, thl, mode; // mode: Timepix mode or Medipix2 THH
+};
 
 // Format codes of IMpxPixCfg::saveToFile / loadFromFile.
 enum PixCfgFormat : int {
@@ -34,7 +50,7 @@ struct PixCfgShape
 {
     unsigned width = 0;
     unsigned height = 0;
-    int kind = SimPixCfg::KindTimepix;
+    int kind = PixCfgKindTimepix;
 };
 
 // The binary file: a 16-byte header ("OVPC", version, kind, width, height) and four
@@ -44,10 +60,10 @@ constexpr unsigned kBpcVersion = 1;
 constexpr size_t kBpcHeaderBytes = 16;
 constexpr size_t kBpcPixelBytes = 4;
 
-std::string encodeBpc(const PixCfgShape& shape, const SimPixCfg::Pixels& px);
+std::string encodeBpc(const PixCfgShape& shape, const PixCfgPlanes& px);
 // All four planes of out are filled on success.
 int decodeBpc(const std::string& bytes, const std::string& origin, const PixCfgShape& shape,
-    SimPixCfg::Pixels* out, std::string* error);
+    PixCfgPlanes* out, std::string* error);
 
 // A text matrix: height lines of width numbers from 0 to maxValue.
 std::string encodeMatrix(unsigned width, unsigned height, const std::vector<uint8_t>& values);
@@ -56,10 +72,10 @@ int decodeMatrix(const std::string& text, const std::string& origin, unsigned wi
 
 // Writes the components of a format to a file.
 int savePixCfgFile(const std::string& path, int format, const PixCfgShape& shape,
-    const SimPixCfg::Pixels& px, std::string* error);
+    const PixCfgPlanes& px, std::string* error);
 // Reads a file of a format. The planes the file holds are filled in out (all four for
 // the binary file, one for a text matrix); the others are left empty.
-int loadPixCfgFile(const std::string& path, int format, const PixCfgShape& shape,
-    SimPixCfg::Pixels* out, std::string* error);
+int loadPixCfgFile(const std::string& path, int format, const PixCfgShape& shape, PixCfgPlanes* out,
+    std::string* error);
 
 } // namespace sim

@@ -10,6 +10,7 @@
 // table as it was and writes an error line through the log hook.
 #pragma once
 
+#include "dacsfile.h"
 #include "hostlog.h"
 
 #include <ovdetector.h>
@@ -21,13 +22,6 @@
 #include <vector>
 
 namespace sim {
-
-struct DacInfo
-{
-    const char* name;
-    int maxValue;
-    int defaultValue;
-};
 
 // The DACs of a family, in index order.
 const std::vector<DacInfo>& timepixDacs();

@@ -16,6 +16,7 @@
 #pragma once
 
 #include "hostlog.h"
+#include "pixcfgfile.h"
 
 #include <ovdetector.h>
 
@@ -31,12 +32,12 @@ class SimPixCfg final : public ov::IMpxPixCfg
 {
 public:
     enum Kind {
-        KindMedipix2 = 1,
-        KindTimepix = 2
+        KindMedipix2 = PixCfgKindMedipix2,
+        KindTimepix = PixCfgKindTimepix
     };
-    static constexpr uint8_t kThlMax = 15;
-    static constexpr uint8_t kThhMax = 7;
-    static constexpr uint8_t kModeMax = 3;
+    static constexpr uint8_t kThlMax = kPixCfgThlMax;
+    static constexpr uint8_t kThhMax = kPixCfgThhMax;
+    static constexpr uint8_t kModeMax = kPixCfgModeMax;
     static constexpr uint8_t kDefaultThl = 7;
     static constexpr uint8_t kDefaultThh = 3;
 
@@ -45,10 +46,7 @@ public:
     ~SimPixCfg();
 
     // A snapshot of all pixels.
-    struct Pixels
-    {
-        std::vector<uint8_t> mask, test, thl, mode; // mode: Timepix mode or Medipix2 THH
-    };
+    using Pixels = PixCfgPlanes;
     Pixels snapshot() const;
     uint64_t version() const { return m_version.load(); }
     void setChangeHook(std::function<void()> hook);
