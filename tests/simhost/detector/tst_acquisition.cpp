@@ -2,10 +2,10 @@
 // order and data of the events in both delivery modes, the repeat loop, abort, the
 // store and its memory limit.
 #include "acqbytes.h"
+#include "livecounts.h"
 
 #include <acqrecordreader.h>
 #include <deviceset.h>
-#include <livecounter.h>
 #include <simdevices.h>
 #include <timepixdevice.h>
 
@@ -93,20 +93,14 @@ class TestAcquisition : public QObject
     Q_OBJECT
 
 private:
-    long m_frames0 = 0;
-    long m_data0 = 0;
+    livecounts::FramesAndData m_live0;
 
 private slots:
-    void init()
-    {
-        m_frames0 = sim::liveCount(sim::Counted::Frame);
-        m_data0 = sim::liveCount(sim::Counted::Data);
-    }
+    void init() { m_live0 = livecounts::framesAndData(); }
     void cleanup()
     {
         // Every test has let go of its device by now: no frame or data object is left.
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), m_frames0);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), m_data0);
+        QCOMPARE(livecounts::framesAndData(), m_live0);
     }
 
     void parsesMeasurementRecord()

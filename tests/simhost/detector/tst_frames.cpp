@@ -1,5 +1,7 @@
 // Frames and data objects of the simulated host: the four pixel types, conversions,
 // statistics over regions, histogram, fractile, clone, scale, sub-frames, counting.
+#include "livecounts.h"
+
 #include <livecounter.h>
 #include <simdata.h>
 #include <simframe.h>
@@ -310,20 +312,11 @@ class TestFrames : public QObject
     Q_OBJECT
 
 private:
-    long m_frames0 = 0;
-    long m_data0 = 0;
+    livecounts::FramesAndData m_live0;
 
 private slots:
-    void init()
-    {
-        m_frames0 = sim::liveCount(sim::Counted::Frame);
-        m_data0 = sim::liveCount(sim::Counted::Data);
-    }
-    void cleanup()
-    {
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), m_frames0);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), m_data0);
-    }
+    void init() { m_live0 = livecounts::framesAndData(); }
+    void cleanup() { QCOMPARE(livecounts::framesAndData(), m_live0); }
 
     void statisticsAndConversions_data()
     {
@@ -759,7 +752,7 @@ private slots:
         QCOMPARE(int(data->frameCount()), 1);
         QVERIFY(data->frameAt(0) == parent);
         QVERIFY(data->frameAt(1) == nullptr);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), m_data0 + 1);
+        QCOMPARE(sim::liveCount(sim::Counted::Data), m_live0.data + 1);
         QCOMPARE(data->decRef(), 0);
         QCOMPARE(sim::liveCount(sim::Counted::Frame), before);
     }

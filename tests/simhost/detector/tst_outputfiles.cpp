@@ -3,10 +3,10 @@
 // frames, a continued series skips names that exist, and a file that cannot be
 // written is logged without stopping the measurement.
 #include "acqbytes.h"
+#include "livecounts.h"
 
 #include <deviceset.h>
 #include <framefile.h>
-#include <livecounter.h>
 #include <outputfilename.h>
 #include <simdata.h>
 #include <simdatamgr.h>
@@ -69,8 +69,7 @@ class TestOutputFiles : public QObject
     Q_OBJECT
 
 private:
-    long m_frames0 = 0;
-    long m_data0 = 0;
+    livecounts::FramesAndData m_live0;
     std::mutex m_mutex;
     QStringList m_errors;
     sim::SimDataMgr m_mgr;
@@ -147,15 +146,10 @@ private:
 private slots:
     void init()
     {
-        m_frames0 = sim::liveCount(sim::Counted::Frame);
-        m_data0 = sim::liveCount(sim::Counted::Data);
+        m_live0 = livecounts::framesAndData();
         takeErrors();
     }
-    void cleanup()
-    {
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), m_frames0);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), m_data0);
-    }
+    void cleanup() { QCOMPARE(livecounts::framesAndData(), m_live0); }
 
     void repeatedSeriesOfTextFrames()
     {

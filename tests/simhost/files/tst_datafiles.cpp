@@ -2,8 +2,9 @@
 // back for every pixel type, files without description, multi-frame files, and
 // damaged files (truncated, wrong numbers, wrong sizes, empty, garbage, directories)
 // that must give a logged error and no frame.
+#include "livecounts.h"
+
 #include <framefile.h>
-#include <livecounter.h>
 #include <simdata.h>
 #include <simdatamgr.h>
 #include <simfiletypes.h>
@@ -148,8 +149,7 @@ class TestDataFiles : public QObject
     Q_OBJECT
 
 private:
-    long m_frames0 = 0;
-    long m_data0 = 0;
+    livecounts::FramesAndData m_live0;
     QTemporaryDir m_tmp;
     LogLines m_log;
     sim::SimDataMgr m_mgr;
@@ -189,17 +189,12 @@ private slots:
     }
     void init()
     {
-        m_frames0 = sim::liveCount(sim::Counted::Frame);
-        m_data0 = sim::liveCount(sim::Counted::Data);
+        m_live0 = livecounts::framesAndData();
         // A host made by a test takes the log of saves over; take it back.
         m_mgr.setLog(m_log.fn());
         m_log.takeErrors();
     }
-    void cleanup()
-    {
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), m_frames0);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), m_data0);
-    }
+    void cleanup() { QCOMPARE(livecounts::framesAndData(), m_live0); }
 
     void fileTypeList()
     {
