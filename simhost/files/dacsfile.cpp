@@ -11,13 +11,6 @@ namespace {
 // A DAC file of 64 chips is a few kilobytes; anything much larger is not one.
 constexpr uint64_t kMaxDacsBytes = uint64_t(1) << 20;
 
-int fail(std::string* error, int code, const std::string& text)
-{
-    if (error)
-        *error = text;
-    return code;
-}
-
 std::vector<std::string> wordsOf(const std::string& line)
 {
     std::vector<std::string> words;
@@ -164,14 +157,10 @@ int saveDacsFile(const std::string& path, const std::vector<DacInfo>& table, int
 int loadDacsFile(const std::string& path, const std::vector<DacInfo>& table, int chips,
     std::vector<int>* out, std::string* error)
 {
-    uint64_t size = 0;
-    if (!fileSize(path, &size, error))
-        return DacsFileIoError;
-    if (size > kMaxDacsBytes)
-        return fail(error, DacsFileDamaged, path + ": too large for a DAC file");
     std::string text;
-    if (!readWhole(path, kMaxDacsBytes, &text, error))
-        return DacsFileIoError;
+    bool tooLarge = false;
+    if (!readBounded(path, kMaxDacsBytes, "a DAC file", &text, &tooLarge, error))
+        return tooLarge ? DacsFileDamaged : DacsFileIoError;
     return decodeDacs(text, path, table, chips, out, error);
 }
 

@@ -1,6 +1,7 @@
 #include "devicecfgfile.h"
 
 #include "inifile.h"
+#include "wholefile.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -120,11 +121,9 @@ bool readDeviceConfig(const QString& path, DeviceConfig* out, QString* error)
             *error = why;
         return false;
     };
-    const QFileInfo info(path);
-    if (!info.exists())
-        return failWith(QStringLiteral("%1: no such file").arg(path));
-    if (info.isDir())
-        return failWith(QStringLiteral("%1: is a directory, not a file").arg(path));
+    std::string unreadable;
+    if (!checkReadable(path.toStdString(), &unreadable))
+        return failWith(QString::fromStdString(unreadable));
     ini::Values values;
     const ini::ReadResult read = ini::readFile(path, values);
     if (read.status != ini::Status::Ok)

@@ -27,19 +27,6 @@ const char* const kTypeComment = "# DataType: 2 int16, 5 uint32, 7 uint64, 9 dou
 // quarter of a million frames).
 constexpr uint64_t kMaxDescriptionBytes = uint64_t(64) << 20;
 
-bool fail(std::string* error, const std::string& text)
-{
-    if (error)
-        *error = text;
-    return false;
-}
-
-int failCode(std::string* error, const std::string& text)
-{
-    fail(error, text);
-    return -1;
-}
-
 bool isSpace(char c)
 {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
@@ -472,58 +459,58 @@ int parseDescription(
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         if (line.find('\0') != std::string::npos)
-            return failCode(error, where(lineNo) + "holds a NUL byte (not a text file)");
+            return fail(error, -1, where(lineNo) + "holds a NUL byte (not a text file)");
         const std::string t = trimmed(line);
         if (t.empty() || t[0] == '#' || t[0] == ';')
             continue;
         if (t.front() == '[') {
             if (t.back() != ']')
-                return failCode(error, where(lineNo) + "unterminated section name");
+                return fail(error, -1, where(lineNo) + "unterminated section name");
             const std::string name = trimmed(t.substr(1, t.size() - 2));
             if (!finishFrame())
                 return -1;
             if (name == "File") {
                 if (section != 0)
-                    return failCode(error, where(lineNo) + "[File] must come first, and once");
+                    return fail(error, -1, where(lineNo) + "[File] must come first, and once");
                 section = 1;
             } else if (name.compare(0, 6, "Frame ") == 0) {
                 if (section == 0)
-                    return failCode(error, where(lineNo) + "a frame before [File]");
+                    return fail(error, -1, where(lineNo) + "a frame before [File]");
                 if (section == 1 && (fileKeys & KAllFile) != KAllFile)
-                    return failCode(
-                        error, where(lineNo) + "[File] lacks one of Format, FileType, Form");
+                    return fail(
+                        error, -1, where(lineNo) + "[File] lacks one of Format, FileType, Form");
                 unsigned number = 0;
                 if (!parseNumber(trimmed(name.substr(6)), &number) || number != d.frames.size())
-                    return failCode(error,
+                    return fail(error, -1,
                         where(lineNo) + "expected [Frame " + std::to_string(d.frames.size())
                             + "], found [" + name + "]");
                 if (d.frames.size() >= 1 && d.fileType != FileTypeMultiFrame)
-                    return failCode(error, where(lineNo) + "a single-frame file with more frames");
+                    return fail(error, -1, where(lineNo) + "a single-frame file with more frames");
                 d.frames.emplace_back();
                 d.frames.back().line = lineNo;
                 section = 2;
                 frameKeys = 0;
             } else {
-                return failCode(error, where(lineNo) + "unknown section [" + name + "]");
+                return fail(error, -1, where(lineNo) + "unknown section [" + name + "]");
             }
             continue;
         }
         const size_t eq = t.find('=');
         if (eq == std::string::npos)
-            return failCode(error, where(lineNo) + "neither a section nor key=value");
+            return fail(error, -1, where(lineNo) + "neither a section nor key=value");
         if (section == 0)
-            return failCode(error, where(lineNo) + "a key before [File]");
+            return fail(error, -1, where(lineNo) + "a key before [File]");
         const std::string key = trimmed(t.substr(0, eq));
         const std::string value = trimmed(t.substr(eq + 1));
         auto bad = [&]() {
-            return failCode(
-                error, where(lineNo) + key + ": bad value \"" + value.substr(0, 40) + "\"");
+            return fail(
+                error, -1, where(lineNo) + key + ": bad value \"" + value.substr(0, 40) + "\"");
         };
         if (section == 1) {
             if (key == "Format") {
                 unsigned v = 0;
                 if (!parseNumber(value, &v) || v != 1)
-                    return failCode(error,
+                    return fail(error, -1,
                         where(lineNo) + "format " + value.substr(0, 40) + " is not known here");
                 fileKeys |= KFormat;
             } else if (key == "FileType") {
@@ -585,17 +572,17 @@ int parseDescription(
         }
     }
     if (section == 0)
-        return failCode(error, origin + ": not a frame description (no [File] section)");
+        return fail(error, -1, origin + ": not a frame description (no [File] section)");
     if ((fileKeys & KAllFile) != KAllFile)
-        return failCode(error, origin + ": [File] lacks one of Format, FileType, Form");
+        return fail(error, -1, origin + ": [File] lacks one of Format, FileType, Form");
     if (!finishFrame())
         return -1;
     if (d.fileType == FileTypeTextFrame && (d.form.binary || d.form.sparse))
-        return failCode(error, origin + ": a text frame file must be a text matrix");
+        return fail(error, -1, origin + ": a text frame file must be a text matrix");
     if (d.fileType == FileTypeBinaryFrame && (!d.form.binary || d.form.sparse))
-        return failCode(error, origin + ": a binary frame file must be a binary matrix");
+        return fail(error, -1, origin + ": a binary frame file must be a binary matrix");
     if (d.fileType != FileTypeMultiFrame && d.frames.size() != 1)
-        return failCode(error, origin + ": a single-frame file must list exactly one frame");
+        return fail(error, -1, origin + ": a single-frame file must list exactly one frame");
     if (out)
         *out = std::move(d);
     return 0;
@@ -628,17 +615,17 @@ int decodeFrame(const FrameEntry& entry, const FileForm& form, const char* data,
     FrameData* out, std::string* error)
 {
     if (!isFrameType(entry.dataType))
-        return failCode(error, "unknown pixel type " + std::to_string(entry.dataType));
+        return fail(error, -1, "unknown pixel type " + std::to_string(entry.dataType));
     uint64_t pixels = 0;
     std::string what;
     if (!checkSize(entry.width, entry.height, &pixels, &what))
-        return failCode(error, what);
+        return fail(error, -1, what);
     if (size != entry.bytes)
-        return failCode(error,
+        return fail(error, -1,
             "the frame should take " + std::to_string(entry.bytes) + " bytes, found "
                 + std::to_string(size));
     if (form.sparse && entry.entries > pixels)
-        return failCode(error, "more pairs than pixels");
+        return fail(error, -1, "more pairs than pixels");
     std::vector<unsigned char> buffer(size_t(pixels) * pixelBytes(entry.dataType), 0);
     const bool ok = withPixelType(entry.dataType, [&](auto t) {
         using T = decltype(t);
@@ -646,7 +633,7 @@ int decodeFrame(const FrameEntry& entry, const FileForm& form, const char* data,
                            : decodeText<T>(entry, form.sparse, pixels, data, size, buffer, &what);
     });
     if (!ok)
-        return failCode(error, what);
+        return fail(error, -1, what);
     if (out) {
         out->dataType = entry.dataType;
         out->width = entry.width;
@@ -788,10 +775,10 @@ int parseTextMatrices(const char* data, size_t size, int index, FrameData* out, 
     if (!finishMatrix())
         return -1;
     if (matrices == 0)
-        return failCode(error, "holds no numbers");
+        return fail(error, -1, "holds no numbers");
     if (index >= 0) {
         if (index >= matrices)
-            return failCode(error,
+            return fail(error, -1,
                 "has " + std::to_string(matrices) + " matrices, no matrix "
                     + std::to_string(index));
         return 0;
@@ -837,12 +824,12 @@ int FrameFileWriter::create(
     m_count = 0;
     m_offset = 0;
     if (path.empty())
-        return failCode(error, "no file name");
+        return fail(error, -1, "no file name");
     if (!fileFormOf(fileType, flags, &m_form))
-        return failCode(
-            error, path + ": the host writes no files of type " + std::to_string(fileType));
+        return fail(
+            error, -1, path + ": the host writes no files of type " + std::to_string(fileType));
     if (isDescriptionName(path))
-        return failCode(error, path + ": a data file cannot end in .dsc");
+        return fail(error, -1, path + ": a data file cannot end in .dsc");
     m_path = path;
     m_dscPath = descriptionPathOf(path);
     m_type = fileType;
@@ -851,11 +838,11 @@ int FrameFileWriter::create(
     if (!parent.empty() && !fs::exists(parent, ec)) {
         fs::create_directories(parent, ec);
         if (ec)
-            return failCode(error,
+            return fail(error, -1,
                 path + ": cannot create the folder " + parent.string() + ": " + ec.message());
     }
     if (pathKind(path) == PathDirectory)
-        return failCode(error, path + ": is a directory");
+        return fail(error, -1, path + ": is a directory");
     // Sparse text without description would read like a matrix of two columns; a
     // comment line makes such a reader stop instead.
     std::string start;
@@ -880,14 +867,14 @@ int FrameFileWriter::create(
 int FrameFileWriter::append(const FrameView& frame, std::string* error)
 {
     if (!m_open)
-        return failCode(error, "no file is open for writing");
+        return fail(error, -1, "no file is open for writing");
     if (m_type != FileTypeMultiFrame && m_count >= 1)
-        return failCode(error, m_path + ": a single-frame file takes one frame");
+        return fail(error, -1, m_path + ": a single-frame file takes one frame");
     std::string bytes;
     uint64_t entries = 0;
     std::string what;
     if (!encodeFrame(frame, m_form, &bytes, &entries, &what))
-        return failCode(error, m_path + ": " + what);
+        return fail(error, -1, m_path + ": " + what);
     // An empty line after each frame of a text multi-frame file keeps the frames apart
     // for readers that have no description.
     if (m_type == FileTypeMultiFrame && !m_form.binary)
@@ -917,7 +904,7 @@ bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
 {
     FileForm form;
     if (!fileFormOf(fileType, flags, &form)) {
-        failCode(error, path + ": the host writes no files of type " + std::to_string(fileType));
+        fail(error, -1, path + ": the host writes no files of type " + std::to_string(fileType));
         return false;
     }
     for (const FrameView& f : frames) {
@@ -925,7 +912,7 @@ bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
         std::string what;
         if (!isFrameType(f.dataType) || !f.pixels
             || !checkSize(f.width, f.height, &pixels, &what)) {
-            failCode(error,
+            fail(error, -1,
                 path + ": cannot write this frame: "
                     + (what.empty() ? std::string("bad pixel type or no pixels") : what));
             return false;
@@ -938,7 +925,7 @@ int writeFrameFile(const std::string& path, int fileType, unsigned flags,
     const std::vector<FrameView>& frames, std::string* error)
 {
     if (fileType != FileTypeMultiFrame && frames.size() != 1)
-        return failCode(error, path + ": a single-frame file takes exactly one frame");
+        return fail(error, -1, path + ": a single-frame file takes exactly one frame");
     // Check every frame before anything on disk changes.
     if (!canWriteFrames(path, fileType, flags, frames, error))
         return -1;
@@ -963,7 +950,7 @@ static bool readUndescribedText(
     if (!checkReadable(dataPath, error))
         return false;
     if (type != FileTypeTextFrame && type != FileTypeMultiFrame) {
-        failCode(error,
+        fail(error, -1,
             dataPath + ": no description file " + fs::path(dscPath).filename().string()
                 + ", and only text matrices can be read without one");
         return false;
@@ -987,7 +974,7 @@ int countFramesInFile(const std::string& path, std::string* error)
     std::string what;
     const int n = parseTextMatrices(text.data(), text.size(), -1, nullptr, &what);
     if (n < 0)
-        return failCode(error, dataPath + ": " + what);
+        return fail(error, -1, dataPath + ": " + what);
     return n;
 }
 
@@ -996,13 +983,13 @@ int readFrameFromFile(const std::string& path, int index, FrameData* out, std::s
     const std::string dataPath = dataPathOf(path);
     const std::string dscPath = descriptionPathOf(dataPath);
     if (index < 0)
-        return failCode(error, dataPath + ": no frame " + std::to_string(index));
+        return fail(error, -1, dataPath + ": no frame " + std::to_string(index));
     if (pathKind(dscPath) != PathMissing) {
         Description d;
         if (!loadDescription(dataPath, dscPath, &d, error))
             return -1;
         if (size_t(index) >= d.frames.size())
-            return failCode(error,
+            return fail(error, -1,
                 dataPath + ": has " + std::to_string(d.frames.size()) + " frames, no frame "
                     + std::to_string(index));
         const FrameEntry& e = d.frames[size_t(index)];
@@ -1012,7 +999,7 @@ int readFrameFromFile(const std::string& path, int index, FrameData* out, std::s
         std::string what;
         FrameData frame;
         if (decodeFrame(e, d.form, bytes.data(), bytes.size(), &frame, &what) != 0)
-            return failCode(error,
+            return fail(error, -1,
                 dataPath + ": frame " + std::to_string(index) + " (described at line "
                     + std::to_string(e.line) + " of " + fs::path(dscPath).filename().string()
                     + "): " + what);
@@ -1026,7 +1013,7 @@ int readFrameFromFile(const std::string& path, int index, FrameData* out, std::s
     std::string what;
     FrameData frame;
     if (parseTextMatrices(text.data(), text.size(), index, &frame, &what) != 0)
-        return failCode(error, dataPath + ": " + what);
+        return fail(error, -1, dataPath + ": " + what);
     // Without a description the frame is named after its file.
     frame.name = fs::path(dataPath).filename().string();
     if (index > 0)

@@ -11,13 +11,6 @@ namespace {
 // Text matrices hold at most a few characters a number; anything far larger is not one.
 constexpr uint64_t kMaxTextBytesPerPixel = 16;
 
-int fail(std::string* error, int code, const std::string& text)
-{
-    if (error)
-        *error = text;
-    return code;
-}
-
 void putU16(std::string& out, unsigned v)
 {
     out.push_back(char(v & 0xff));
@@ -288,16 +281,12 @@ int loadPixCfgFile(const std::string& path, int format, const PixCfgShape& shape
     // A file far larger than the format allows is refused before it is read.
     const uint64_t limit = format == PixCfgBinary ? kBpcHeaderBytes + kBpcPixelBytes * pixels
                                                   : kMaxTextBytesPerPixel * pixels + 1024;
-    uint64_t size = 0;
-    if (!fileSize(path, &size, error))
-        return PixCfgFileIoError;
-    if (size > limit)
-        return fail(error, PixCfgFileDamaged,
-            path + ": " + std::to_string(size) + " bytes, too large for "
-                + std::to_string(shape.width) + " x " + std::to_string(shape.height) + " pixels");
+    const std::string what
+        = std::to_string(shape.width) + " x " + std::to_string(shape.height) + " pixels";
     std::string bytes;
-    if (!readWhole(path, limit, &bytes, error))
-        return PixCfgFileIoError;
+    bool tooLarge = false;
+    if (!readBounded(path, limit, what, &bytes, &tooLarge, error))
+        return tooLarge ? PixCfgFileDamaged : PixCfgFileIoError;
     if (format == PixCfgBinary)
         return decodeBpc(bytes, path, shape, out, error);
     std::vector<uint8_t> plane;

@@ -11,8 +11,6 @@ namespace fs = std::filesystem;
 
 namespace sim {
 
-namespace {
-
 bool fail(std::string* error, const std::string& text)
 {
     if (error)
@@ -20,7 +18,11 @@ bool fail(std::string* error, const std::string& text)
     return false;
 }
 
-} // namespace
+int fail(std::string* error, int code, const std::string& text)
+{
+    fail(error, text);
+    return code;
+}
 
 PathKind pathKind(const std::string& path)
 {
@@ -78,6 +80,20 @@ bool readWhole(const std::string& path, uint64_t limit, std::string* out, std::s
     if (rc != 0)
         return fail(error, path + ": cannot be read");
     return true;
+}
+
+bool readBounded(const std::string& path, uint64_t limit, const std::string& what, std::string* out,
+    bool* tooLarge, std::string* error)
+{
+    *tooLarge = false;
+    uint64_t size = 0;
+    if (!fileSize(path, &size, error))
+        return false;
+    if (size > limit) {
+        *tooLarge = true;
+        return fail(error, path + ": " + std::to_string(size) + " bytes, too large for " + what);
+    }
+    return readWhole(path, limit, out, error);
 }
 
 bool readSlice(

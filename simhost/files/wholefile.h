@@ -10,6 +10,11 @@
 
 namespace sim {
 
+// How the readers and writers of the host's files fail: the message goes to *error (when
+// the caller asked for one) and the caller gets false, or the result code it passed.
+bool fail(std::string* error, const std::string& text);
+int fail(std::string* error, int code, const std::string& text);
+
 enum PathKind : int {
     PathMissing = 0,
     PathFile = 1,
@@ -23,6 +28,11 @@ bool checkReadable(const std::string& path, std::string* error);
 bool fileSize(const std::string& path, uint64_t* size, std::string* error);
 // The whole file, refused when it is larger than limit bytes.
 bool readWhole(const std::string& path, uint64_t limit, std::string* out, std::string* error);
+// The whole file of a format that is never larger than limit bytes. A larger file cannot be
+// one of the format and is refused unread: false, *tooLarge set and "<path>: <size> bytes,
+// too large for <what>". Any other failure is one of readWhole, with *tooLarge cleared.
+bool readBounded(const std::string& path, uint64_t limit, const std::string& what, std::string* out,
+    bool* tooLarge, std::string* error);
 // Bytes [offset, offset + bytes) of a file; a file that ends before is an error.
 bool readSlice(
     const std::string& path, uint64_t offset, uint64_t bytes, std::string* out, std::string* error);
