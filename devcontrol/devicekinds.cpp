@@ -5,14 +5,14 @@ namespace PluginDevControl {
 bool isKnownDeviceKind(int kind)
 {
     switch (kind) {
-    case DevKindMpx2:
-    case DevKindMpx3:
-    case DevKindTpx3:
-    case DevKindTpx2:
-    case DevKindFile:
-    case DevKindMotor:
-    case DevKindXray:
-    case DevKindHvSource:
+    case ov::DevKindMpx2:
+    case ov::DevKindMpx3:
+    case ov::DevKindTpx3:
+    case ov::DevKindTpx2:
+    case ov::DevKindFile:
+    case ov::DevKindMotor:
+    case ov::DevKindXray:
+    case ov::DevKindHvSource:
         return true;
     default:
         return false;
@@ -21,28 +21,28 @@ bool isKnownDeviceKind(int kind)
 
 bool isDetectorKind(int kind)
 {
-    return kind == DevKindMpx2 || kind == DevKindMpx3 || kind == DevKindTpx3 || kind == DevKindTpx2
-        || kind == DevKindFile;
+    return kind == ov::DevKindMpx2 || kind == ov::DevKindMpx3 || kind == ov::DevKindTpx3
+        || kind == ov::DevKindTpx2 || kind == ov::DevKindFile;
 }
 
 QString deviceKindName(int kind)
 {
     switch (kind) {
-    case DevKindMpx2:
+    case ov::DevKindMpx2:
         return "Medipix2 / Timepix";
-    case DevKindMpx3:
+    case ov::DevKindMpx3:
         return "Medipix3";
-    case DevKindTpx3:
+    case ov::DevKindTpx3:
         return "Timepix3";
-    case DevKindTpx2:
+    case ov::DevKindTpx2:
         return "Timepix2";
-    case DevKindFile:
+    case ov::DevKindFile:
         return "File device";
-    case DevKindMotor:
+    case ov::DevKindMotor:
         return "Motors";
-    case DevKindXray:
+    case ov::DevKindXray:
         return "X-ray source";
-    case DevKindHvSource:
+    case ov::DevKindHvSource:
         return "High-voltage source";
     default:
         return "Unknown device";

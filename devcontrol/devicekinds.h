@@ -1,20 +1,14 @@
-// The kinds of device the host reports through IDev::deviceType().
+// What the plug-in knows about the kinds of device the host reports through
+// IDev::deviceType().
 #pragma once
+
+#include <ovcore.h>
 
 #include <QString>
 
 namespace PluginDevControl {
 
-enum DevKind : int {
-    DevKindMpx2 = 1, // Medipix2 and Timepix
-    DevKindMpx3 = 2,
-    DevKindTpx3 = 3,
-    DevKindTpx2 = 4,
-    DevKindFile = 10,
-    DevKindMotor = 11,
-    DevKindXray = 12,
-    DevKindHvSource = 14,
-};
+// The kind codes are the host contract's (ov::DevKind).
 
 bool isKnownDeviceKind(int kind);
 // True for the pixel detectors, whose views are detector views.

@@ -130,7 +130,7 @@ void MainWindow::onInitialize()
 
     ov::ICoreSettings* core = orvel ? orvel->settingsStore() : nullptr;
     const bool fileDeviceWanted = core && core->getBool("CreateFileDevice");
-    if (added == 1 && list.front()->deviceType() == DevKindFile && !fileDeviceWanted)
+    if (added == 1 && list.front()->deviceType() == ov::DevKindFile && !fileDeviceWanted)
         warnNoDevice = true;
 
     if (added == 0) {
@@ -178,7 +178,7 @@ bool MainWindow::addNewDevice(ov::IDev* dev)
 {
     if (!dev || devices.contains(dev))
         return false;
-    if (dev->deviceType() == DevKindMotor) {
+    if (dev->deviceType() == ov::DevKindMotor) {
         if (!motorView) {
             motorView = new DevViewMotor(this, orvel, nullptr);
             connect(motorView, &DevView::sigUndock, this, &MainWindow::onUndock);
@@ -242,13 +242,13 @@ void MainWindow::addNewTab(const QString& name, const QString& fullName, DevView
         text = removeIntfFromName(name, fullName);
     } else {
         switch (view->devType()) {
-        case DevKindXray:
+        case ov::DevKindXray:
             image = deviceImages.value("xray");
             break;
-        case DevKindMotor:
+        case ov::DevKindMotor:
             image = deviceImages.value("motors");
             break;
-        case DevKindHvSource:
+        case ov::DevKindHvSource:
             image = deviceImages.value("hv");
             break;
         default:
@@ -371,7 +371,7 @@ void MainWindow::onDeviceRemoved(unsigned long long devId)
     auto* dev = reinterpret_cast<ov::IDev*>(devId);
     if (!dev)
         return;
-    if (dev->deviceType() == DevKindMotor) {
+    if (dev->deviceType() == ov::DevKindMotor) {
         if (motorView)
             motorView->removeMotor(dev);
     } else {

@@ -12,16 +12,16 @@ DevView* createDeviceView(QWidget* parent, ov::IOrvel* orvel, ov::IDev* dev)
     if (!dev)
         return nullptr;
     switch (dev->deviceType()) {
-    case DevKindMpx2:
+    case ov::DevKindMpx2:
         return new DevViewMpx2(parent, orvel, dev);
-    case DevKindMpx3:
-    case DevKindTpx3:
-    case DevKindTpx2:
-    case DevKindFile:
+    case ov::DevKindMpx3:
+    case ov::DevKindTpx3:
+    case ov::DevKindTpx2:
+    case ov::DevKindFile:
         return new DevViewMpxBasic(parent, orvel, dev);
-    case DevKindXray:
+    case ov::DevKindXray:
         return new DevViewXray(parent, orvel, dev);
-    case DevKindHvSource:
+    case ov::DevKindHvSource:
         return new DevViewHvSource(parent, orvel, dev);
     default:
         return nullptr;

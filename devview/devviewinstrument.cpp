@@ -30,12 +30,12 @@ QString DevViewInstrument::fullName() const
 
 int DevViewXray::devType() const
 {
-    return DevKindXray;
+    return ov::DevKindXray;
 }
 
 int DevViewHvSource::devType() const
 {
-    return DevKindHvSource;
+    return ov::DevKindHvSource;
 }
 
 } // namespace PluginDevControl

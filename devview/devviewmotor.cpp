@@ -21,7 +21,7 @@ DevViewMotor::DevViewMotor(QWidget* parent, ov::IOrvel* orvel, ov::IDev* device)
 
 int DevViewMotor::devType() const
 {
-    return DevKindMotor;
+    return ov::DevKindMotor;
 }
 
 QString DevViewMotor::devName() const

@@ -36,6 +36,18 @@ enum LogLevel : unsigned {
     LogDebug = 3,
 };
 
+// IDev::deviceType(): the kind of a device.
+enum DevKind : int {
+    DevKindMpx2 = 1, // Medipix2 and Timepix
+    DevKindMpx3 = 2,
+    DevKindTpx3 = 3,
+    DevKindTpx2 = 4,
+    DevKindFile = 10,
+    DevKindMotor = 11,
+    DevKindXray = 12,
+    DevKindHvSource = 14,
+};
+
 // The 24-byte device information record filled by IDev::deviceInfo.
 struct DevInfo
 {

@@ -2,7 +2,7 @@
 // events delivered on the acquisition thread and on the host's event thread.
 #include "devctrlmpx2.h"
 
-#include "livecounter.h"
+#include "livecounts.h"
 #include "simhost.h"
 #include "timepixdevice.h"
 
@@ -56,8 +56,7 @@ class TstDevCtrlSim : public QObject
 {
     Q_OBJECT
 
-    long framesAtStart = 0;
-    long dataAtStart = 0;
+    livecounts::FramesAndData liveAtStart;
     std::unique_ptr<QTemporaryDir> home;
     std::unique_ptr<sim::SimHost> host;
     std::shared_ptr<sim::TimepixDevice> quad;
@@ -121,8 +120,7 @@ class TstDevCtrlSim : public QObject
 private slots:
     void init()
     {
-        framesAtStart = sim::liveCount(sim::Counted::Frame);
-        dataAtStart = sim::liveCount(sim::Counted::Data);
+        liveAtStart = livecounts::framesAndData();
         home = std::make_unique<QTemporaryDir>();
         host = std::make_unique<sim::SimHost>(home->path());
         auto device = std::make_shared<sim::TimepixDevice>(sim::makeDeviceDesc(1, 4242));
@@ -154,8 +152,7 @@ private slots:
         host.reset();
         home.reset();
         // The controller gave back every frame and data object it took.
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), framesAtStart);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), dataAtStart);
+        QCOMPARE(livecounts::framesAndData(), liveAtStart);
     }
 
     void twoHundredFrames_data() { addModes(); }

@@ -5,6 +5,7 @@
 #include "nulldevice.h"
 
 #include "livecounter.h"
+#include "livecounts.h"
 #include "simframe.h"
 #include "simhost.h"
 #include "timepixdevice.h"
@@ -171,8 +172,7 @@ class TstFrameStore : public QObject
 {
     Q_OBJECT
 
-    long framesAtStart = 0;
-    long dataAtStart = 0;
+    livecounts::FramesAndData liveAtStart;
     std::unique_ptr<QTemporaryDir> home;
     std::unique_ptr<sim::SimHost> host;
     std::shared_ptr<sim::TimepixDevice> chip;
@@ -211,8 +211,7 @@ class TstFrameStore : public QObject
 private slots:
     void init()
     {
-        framesAtStart = sim::liveCount(sim::Counted::Frame);
-        dataAtStart = sim::liveCount(sim::Counted::Data);
+        liveAtStart = livecounts::framesAndData();
         home = std::make_unique<QTemporaryDir>();
         host = std::make_unique<sim::SimHost>(home->path());
         sim::DeviceDesc desc = sim::makeDeviceDesc(1, 4343);
@@ -243,8 +242,7 @@ private slots:
         host.reset();
         home.reset();
         // Every frame and data object the controller took a reference on went back.
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), framesAtStart);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), dataAtStart);
+        QCOMPARE(livecounts::framesAndData(), liveAtStart);
     }
 
     void drawsEveryDataType_data()
@@ -720,10 +718,10 @@ private slots:
         data->decRef(); // the controller holds the only reference now
         QCOMPARE(c->acqFrameCount(), 2);
         QCOMPARE(c->acqDataCount(), 2);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), dataAtStart + 1);
+        QCOMPARE(sim::liveCount(sim::Counted::Data), liveAtStart.data + 1);
         c->clearLoadedData();
         QVERIFY(!c->hasLoadedData());
-        QCOMPARE(sim::liveCount(sim::Counted::Data), dataAtStart);
+        QCOMPARE(sim::liveCount(sim::Counted::Data), liveAtStart.data);
         QCOMPARE(c->acqFrameCount(), 0);
         QCOMPARE(c->acqDataCount(), 0);
     }

@@ -6,7 +6,7 @@
 #include "modaldriver.h"
 #include "nulldevice.h"
 
-#include "livecounter.h"
+#include "livecounts.h"
 #include "simframe.h"
 #include "simhost.h"
 #include "timepixdevice.h"
@@ -179,8 +179,7 @@ class TstSaveData : public QObject
 {
     Q_OBJECT
 
-    long framesAtStart = 0;
-    long dataAtStart = 0;
+    livecounts::FramesAndData liveAtStart;
     std::unique_ptr<QTemporaryDir> home;
     std::unique_ptr<QTemporaryDir> out;
     std::unique_ptr<sim::SimHost> host;
@@ -225,8 +224,7 @@ private slots:
 
     void init()
     {
-        framesAtStart = sim::liveCount(sim::Counted::Frame);
-        dataAtStart = sim::liveCount(sim::Counted::Data);
+        liveAtStart = livecounts::framesAndData();
         home = std::make_unique<QTemporaryDir>();
         out = std::make_unique<QTemporaryDir>();
         host = std::make_unique<sim::SimHost>(home->path());
@@ -254,8 +252,7 @@ private slots:
         host.reset();
         out.reset();
         home.reset();
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), framesAtStart);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), dataAtStart);
+        QCOMPARE(livecounts::framesAndData(), liveAtStart);
     }
 
     // The filter list follows the device's types in order; a device information value
