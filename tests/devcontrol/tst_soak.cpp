@@ -5,7 +5,7 @@
 #include "devctrlmpx.h"
 #include "devviewmpx.h"
 #include "hostfixture.h"
-#include "livecounter.h"
+#include "livecounts.h"
 #include "menupath.h"
 #include "qfancytabwidget.h"
 
@@ -22,21 +22,15 @@ class TestSoak : public QObject
 {
     Q_OBJECT
 
-    long framesAtStart = 0;
-    long dataAtStart = 0;
+    livecounts::FramesAndData liveAtStart;
 
 private slots:
-    void init()
-    {
-        framesAtStart = sim::liveCount(sim::Counted::Frame);
-        dataAtStart = sim::liveCount(sim::Counted::Data);
-    }
+    void init() { liveAtStart = livecounts::framesAndData(); }
 
     void cleanup()
     {
         QTRY_COMPARE_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount(), 0, 20000);
-        QCOMPARE(sim::liveCount(sim::Counted::Frame), framesAtStart);
-        QCOMPARE(sim::liveCount(sim::Counted::Data), dataAtStart);
+        QCOMPARE(livecounts::framesAndData(), liveAtStart);
     }
 
     void hotPlugRemovalsAndRestartsDuringAnEndlessMeasurement()
