@@ -268,6 +268,7 @@ void DevCtrlMpx::runAdvancedAcquisition()
 
     m_curAcq = 0;
     m_curRepeat = 0;
+    inSeries = m_acqParams.repeatEnabled;
 
     // A Stop pressed after Start but before the device began found nothing to abort:
     // the measurement ends here, as aborted, instead of running unasked.
@@ -279,9 +280,11 @@ void DevCtrlMpx::runAdvancedAcquisition()
     activeRepeat.store(nullptr, std::memory_order_release);
     activeRepeatCount = 0;
     m_lastAcqResult = result;
-    // A measurement that ended early: its last frame may not have passed the gate of
-    // onAcqFinish, and the picture must end on the frame the store ends with.
-    if (m_curAcq.load() != acqCount() && displayWantsFrames() && m_dev->acqFrameCount() > 0)
+    // A series, or a measurement that ended early: its last frame may not have passed
+    // the gate of onAcqFinish, and the picture must end on the frame the store ends with.
+    const bool lastMayBeHeld = inSeries.load() || m_curAcq.load() != acqCount();
+    inSeries = false;
+    if (lastMayBeHeld && displayWantsFrames() && m_dev->acqFrameCount() > 0)
         handOverLastFrame();
     emit acqAllFinished(result);
     acqRunning = false;
@@ -453,11 +456,15 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
         return;
 
     // At most ten frames a second, and none while the GUI still draws the last one;
-    // the last frame of a measurement always goes through.
+    // the last frame of a measurement always goes through. In a series the rounds' last
+    // frames would pass as often as rounds end (thousands a second with short rounds):
+    // there they wait for the gate too, and the end of the run hands over the store's
+    // last frame instead.
     const int count = acqCount();
     const double elapsed = nowSeconds() - lastFrameUpdate.load();
     const bool gateOpen = elapsed > 0.1 && frameShown.load();
-    if (!gateOpen && cur != count && cur != 0)
+    const bool lastOfMeasurement = !inSeries.load() && (cur == count || cur == 0);
+    if (!gateOpen && !lastOfMeasurement)
         return;
     handOverLastFrame();
 }

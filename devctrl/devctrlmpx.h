@@ -397,6 +397,8 @@ private:
     // newest finished frame, and the index of the newest data object.
     std::atomic<int> latestFrameCount {0};
     std::atomic<int> latestDataIndex {0};
+    // A repeated series runs: the rounds' last frames wait for the display's gate.
+    std::atomic<bool> inSeries {false};
 
     static std::atomic<int> detachedThreads;
     // Worker threads of this controller still running a measurement.

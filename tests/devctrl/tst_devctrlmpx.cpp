@@ -7,6 +7,7 @@
 
 #include <qmpxframe.h>
 
+#include <QElapsedTimer>
 #include <QTabBar>
 #include <QtTest>
 
@@ -267,6 +268,37 @@ private slots:
         QCOMPARE(runToEnd(), 0);
         QCOMPARE(shown.load(), 2);
         QCOMPARE(ctrl->curAcq(), 1);
+    }
+
+    void roundsOfASeriesWaitForTheGate()
+    {
+        // An endless series of one-frame rounds: every round's last frame would pass the
+        // gate. In a series they wait for it like the others, and the end of the run
+        // hands the store's last frame to the picture.
+        ctrl->acqParams().acqCount = 1;
+        ctrl->acqParams().repeatEnabled = true;
+        std::atomic<int> shown {0};
+        connect(
+            ctrl.get(), &DevCtrlMpx::sigShowFrame, this, [&] { ++shown; }, Qt::DirectConnection);
+        dev->setScript([](FakeDevice& d, const void*) {
+            for (int round = 0; round < 2000; ++round) {
+                d.fire("AcqSerieStarted", round);
+                d.pushFrame(static_cast<uint32_t>(round));
+                d.fire("AcqFinished", 1);
+                d.fire("AcqSerieFinished", round);
+            }
+            return -1007;
+        });
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(runToEnd(), -1007);
+        // One frame per 0.1 s at most, the first at once, and the one at the end.
+        const int allowed = 2 + static_cast<int>(clock.elapsed() / 100);
+        QVERIFY2(shown.load() >= 2 && shown.load() <= allowed,
+            qPrintable(
+                QStringLiteral("%1 frames shown, %2 allowed").arg(shown.load()).arg(allowed)));
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isFrameShown(), 20000);
+        QCOMPARE(widget->image->getData()[0], 1999.0);
     }
 
     void gateHoldsBackFramesBetweenFirstAndLast()
