@@ -8,9 +8,11 @@
 
 #include <qmpxframe.h>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTabBar>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtTest>
 
 #include <atomic>
@@ -34,8 +36,19 @@ public:
             ++drawn;
         DevCtrlMpx2::showFrame(frame);
     }
+    // The panels' data hand-over, with the thread it ran on.
+    void onAcqDataChanged() override
+    {
+        if (QThread::currentThread() == qApp->thread())
+            ++dataChangedOnGui;
+        else
+            ++dataChangedElsewhere;
+        DevCtrlMpx2::onAcqDataChanged();
+    }
     bool isFrameShown() const { return frameShown.load(); }
     int drawn = 0; // GUI thread only
+    std::atomic<int> dataChangedOnGui {0};
+    std::atomic<int> dataChangedElsewhere {0};
 };
 
 // What the GUI thread receives, in order of arrival.
@@ -196,6 +209,21 @@ private slots:
         QVERIFY(ctrl->drawn >= 1);
         QVERIFY2(ctrl->drawn <= limit,
             qPrintable(QStringLiteral("%1 frames drawn in %2 s").arg(ctrl->drawn).arg(seconds)));
+    }
+
+    void measuredDataReachThePanelsOnTheGuiThread_data() { addModes(); }
+    void measuredDataReachThePanelsOnTheGuiThread()
+    {
+        // The loaded files that the panels may read instead live on the GUI thread, and
+        // reading them may read a file: the host's threads never do it.
+        QFETCH(sim::EventDelivery::Mode, mode);
+        quad->setEventDeliveryMode(mode);
+        ctrl->acqParams().acqCount = 50;
+        ctrl->acqParams().acqTime = 0.0;
+        QCOMPARE(ctrl->startAcq(), 0);
+        QVERIFY(waitIdle());
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->dataChangedOnGui.load() >= 1, 20000);
+        QCOMPARE(ctrl->dataChangedElsewhere.load(), 0);
     }
 
     void endlessSeriesEndedByRepeatSwitch_data() { addModes(); }
