@@ -90,6 +90,9 @@ int DevControl::onClose()
 {
     if (!mainWindow)
         return 0;
+    // Measurements end before the pages store their settings, which the measurement's
+    // worker still reads.
+    mainWindow->endDeviceWork();
     mainWindow->onExit();
     delete mainWindow;
     mainWindow = nullptr;

@@ -16,6 +16,7 @@
 #include <QMessageBox>
 #include <QScreen>
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstring>
@@ -24,7 +25,9 @@ namespace PluginDevControl {
 
 namespace {
 const char* const kDefaultImage = ":/devcontrol/images/unknown";
-}
+// How often the reaper looks whether the views of removed devices can go.
+constexpr int kReaperIntervalMs = 100;
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent, ov::IOrvel* host, bool quit)
     : QMainWindow(parent), ui(new Ui_MainWindow), orvel(host), quitOnClose(quit)
@@ -385,19 +388,43 @@ void MainWindow::onDeviceRemoved(unsigned long long devId)
         if (!view)
             return;
         takeOffTab(view);
+        // The measurement ends before the page stores its settings: the worker still
+        // reads the parameters that storing writes.
+        view->endDeviceWork();
         view->onExit();
         views.removeAll(view);
         // The device is destroyed when this returns, but the page may be on the call
-        // stack (the removal chosen from its own menu or by one of its buttons): it lets
-        // go of the device now and is deleted once control is back in the event loop.
+        // stack (the removal chosen from its own menu, or one of its dialogs open): it
+        // lets go of the device now and is deleted by the reaper once nothing of it can
+        // be running any more.
         view->releaseDevice();
         view->close();
         view->hide();
-        retiredViews.removeIf([](const QPointer<DevView>& gone) { return gone.isNull(); });
         retiredViews.append(view);
-        view->deleteLater();
+        quietTicks = 0;
+        if (!reaper) {
+            reaper = new QTimer(this);
+            reaper->setInterval(kReaperIntervalMs);
+            connect(reaper, &QTimer::timeout, this, &MainWindow::reapRetiredViews);
+        }
+        reaper->start();
     }
     devices.removeAll(dev);
+}
+
+void MainWindow::reapRetiredViews()
+{
+    if (QApplication::activeModalWidget() || QApplication::activePopupWidget()) {
+        quietTicks = 0;
+        return;
+    }
+    if (++quietTicks < 2)
+        return;
+    const QList<QPointer<DevView>> retired = retiredViews;
+    retiredViews.clear();
+    for (const QPointer<DevView>& view : retired)
+        delete view.data();
+    reaper->stop();
 }
 
 void MainWindow::onShowView(bool visible)
@@ -420,6 +447,12 @@ void MainWindow::showWarnNoDev()
     if (QScreen* screen = QGuiApplication::primaryScreen())
         box.move(screen->geometry().center() - box.rect().center());
     box.exec();
+}
+
+void MainWindow::endDeviceWork()
+{
+    for (DevView* view : views)
+        view->endDeviceWork();
 }
 
 void MainWindow::onExit()

@@ -11,6 +11,7 @@
 #include <QString>
 
 class QMenuBar;
+class QTimer;
 class QFancyTabWidget;
 class Ui_MainWindow;
 
@@ -63,6 +64,8 @@ public slots:
     void onDock();
     void onReconnect(QWidget* widget);
     void onExit();
+    // Ends every page's measurement and waits for them; the plug-in closes after it.
+    void endDeviceWork();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -75,6 +78,10 @@ private:
     // Takes a docked view off its tab and shows the tab before it, or the first, with
     // its menu bar; false when the view is not docked.
     bool takeOffTab(DevView* view);
+    // A tick of the reaper: the retired views go after two ticks in a row with no modal
+    // dialog and no pop-up menu open, since a dialog or menu of theirs may have been
+    // running its own event loop when their device went.
+    void reapRetiredViews();
     void removeTabAt(int index);
     void showWarnNoDev();
     QString coreString(const char* key) const;
@@ -85,9 +92,12 @@ private:
     QList<DevView*> dockedViews;
     QList<QString> titles;
     QList<ov::IDev*> devices;
-    // Views of removed devices waiting for their deferred deletion; whatever is left
-    // of them goes with the window.
+    // Views of removed devices waiting for their deletion; whatever is left of them
+    // goes with the window.
     QList<QPointer<DevView>> retiredViews;
+    // Deletes the retired views once nothing of them can be on the call stack.
+    QTimer* reaper = nullptr;
+    int quietTicks = 0;
     QMap<QString, QString> deviceImages;
     QMenuBar* curMenuBar = nullptr;
     DevView* curView = nullptr;

@@ -29,6 +29,10 @@ namespace PluginDevControl {
 namespace {
 // The host's result of a measurement ended by abortOperation.
 constexpr int kAcqAborted = -1007;
+// An abort is repeated every so many milliseconds while the measurement still runs,
+// and a Stop gives up after so many tries (ten seconds).
+constexpr int kAbortRepeatMs = 20;
+constexpr int kAbortTries = 500;
 } // namespace
 
 std::atomic<int> DevCtrlMpx::detachedThreads {0};
@@ -234,20 +238,33 @@ void DevCtrlMpx::startDetached(std::function<void()> work)
 
 void DevCtrlMpx::endMeasurement()
 {
-    if (measuringThreads.load() != 0) {
+    if (measuringThreads.load() != 0)
         stopRequested = true;
-        if (m_dev)
+    int waited = 0;
+    while (ownThreads.load() != 0) {
+        // An abort that reaches the device just before its measurement begins is lost
+        // there: it is repeated until the measurement has ended.
+        if (waited++ % kAbortRepeatMs == 0 && measuringThreads.load() != 0 && m_dev)
             m_dev->abortOperation();
-    }
-    while (ownThreads.load() != 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 int DevCtrlMpx::stopAcq()
 {
     stopRequested = true;
     ov::IDev* device = m_dev;
-    startDetached([device] { device->abortOperation(); });
+    startDetached([this, device] {
+        // Repeated while the measurement runs, as in endMeasurement, for as long as a
+        // device may reasonably take to begin; a later Stop tries again.
+        for (int tries = 0; tries < kAbortTries; ++tries) {
+            device->abortOperation();
+            for (int ms = 0; ms < kAbortRepeatMs && measuringThreads.load() != 0; ++ms)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            if (measuringThreads.load() == 0 || !stopRequested.load())
+                break;
+        }
+    });
     return 0;
 }
 
@@ -269,6 +286,7 @@ void DevCtrlMpx::runAdvancedAcquisition()
     m_curAcq = 0;
     m_curRepeat = 0;
     inSeries = m_acqParams.repeatEnabled;
+    framesThisRun = false;
 
     // A Stop pressed after Start but before the device began found nothing to abort:
     // the measurement ends here, as aborted, instead of running unasked.
@@ -284,7 +302,8 @@ void DevCtrlMpx::runAdvancedAcquisition()
     // the gate of onAcqFinish, and the picture must end on the frame the store ends with.
     const bool lastMayBeHeld = inSeries.load() || m_curAcq.load() != acqCount();
     inSeries = false;
-    if (lastMayBeHeld && displayWantsFrames() && m_dev->acqFrameCount() > 0)
+    // A run refused before its first frame leaves the picture as startAcq left it.
+    if (framesThisRun.load() && lastMayBeHeld && displayWantsFrames() && m_dev->acqFrameCount() > 0)
         handOverLastFrame();
     emit acqAllFinished(result);
     acqRunning = false;
@@ -416,6 +435,10 @@ void DevCtrlMpx::postAcqEvents(unsigned events)
 void DevCtrlMpx::deliverAcqEvents()
 {
     const unsigned events = acqEvents.take();
+    // A round's end comes before the next round's start, and both before the frames,
+    // which belong to the newest round.
+    if (events & EvRepeatFinished)
+        emit acqRepeatFinished();
     if (events & EvRepeatStarted)
         emit acqRepeatStarted();
     if (events & EvFrameFinished) {
@@ -429,8 +452,6 @@ void DevCtrlMpx::deliverAcqEvents()
         emit sigNewData(latestDataIndex.load());
     if (events & EvDataChanged)
         onAcqDataChanged();
-    if (events & EvRepeatFinished)
-        emit acqRepeatFinished();
 }
 
 double DevCtrlMpx::nowSeconds()
@@ -444,6 +465,7 @@ void DevCtrlMpx::onAcqFinish(long frameIndex)
 {
     const int cur = static_cast<int>(frameIndex);
     m_curAcq = cur;
+    framesThisRun = true;
     const int frames = m_dev->acqFrameCount();
     latestFrameCount = frames;
     setAcqFinishedDacValues();

@@ -399,6 +399,8 @@ private:
     std::atomic<int> latestDataIndex {0};
     // A repeated series runs: the rounds' last frames wait for the display's gate.
     std::atomic<bool> inSeries {false};
+    // The run in progress has finished at least one frame.
+    std::atomic<bool> framesThisRun {false};
 
     static std::atomic<int> detachedThreads;
     // Worker threads of this controller still running a measurement.

@@ -24,6 +24,8 @@ void DevView::releaseDevice()
     dev = nullptr;
 }
 
+void DevView::endDeviceWork() { }
+
 QString DevView::fullName() const
 {
     return QString();

@@ -33,6 +33,9 @@ public:
     // The page itself is deleted later, once nothing of it is on the call stack (the
     // removal may have been chosen from the page's own menu).
     virtual void releaseDevice();
+    // Ends what the page has running on the device (a measurement) and waits until it
+    // has ended; before the page stores its settings for good.
+    virtual void endDeviceWork();
 
     QAction* undockAction() const { return acUndock; }
     QAction* dockAction() const { return acDock; }

@@ -22,6 +22,7 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDesktopServices>
+#include <QDialog>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -106,6 +107,12 @@ void DevViewMpx::detachHostCallbacks()
     relay = nullptr;
 }
 
+void DevViewMpx::endDeviceWork()
+{
+    if (ctrl)
+        ctrl->endMeasurement();
+}
+
 void DevViewMpx::releaseDevice()
 {
     detachHostCallbacks();
@@ -127,6 +134,12 @@ void DevViewMpx::releaseDevice()
     if (settings) {
         settings->release();
         settings = nullptr;
+    }
+    // Dialogs of the page that are open end now; the page is deleted after they have
+    // returned (MainWindow keeps it until then).
+    for (QDialog* dialog : findChildren<QDialog*>()) {
+        if (dialog->isVisible())
+            dialog->reject();
     }
     setEnabled(false);
     devMpx = nullptr;
@@ -298,7 +311,8 @@ void DevViewMpx::connectActions()
             return;
         DlgSaveData dialog(this);
         dialog.setChoise(saveDataChoice);
-        if (dialog.exec() != QDialog::Accepted)
+        // The device may have gone while the dialog was open.
+        if (dialog.exec() != QDialog::Accepted || !ctrl)
             return;
         saveDataChoice = dialog.choice();
         switch (saveDataChoice) {
@@ -438,7 +452,7 @@ void DevViewMpx::connectActions()
         const QString name = QDir::toNativeSeparators(QMyFileDialog::getOpenFileName(nullptr,
             QStringLiteral("Load Config"), QLastDir(QStringLiteral("devctrl/loadcfg")),
             QStringLiteral("Config files (*.mcf *.xml)")));
-        if (!name.isEmpty())
+        if (!name.isEmpty() && ctrl)
             ctrl->loadConfig(name.toUtf8().constData());
         raise();
         activateWindow();
@@ -452,7 +466,7 @@ void DevViewMpx::connectActions()
         const QString name = QDir::toNativeSeparators(QMyFileDialog::getSaveFileName(nullptr,
             QStringLiteral("Save Config"), QLastDir(QStringLiteral("devctrl/savecfg")),
             QStringLiteral("Orvel Config (*.xml);;"), nullptr, QFileDialog::Options(), suggested));
-        if (!name.isEmpty())
+        if (!name.isEmpty() && ctrl)
             ctrl->saveConfig(name.toUtf8().constData());
     });
     connect(ui->acLoadFactory, &QAction::triggered, this, [this] {
@@ -461,7 +475,7 @@ void DevViewMpx::connectActions()
         const auto answer = QMessageBox::question(this, QStringLiteral("Factory config"),
             QStringLiteral("Do you want to load the factory config for the detector ?"),
             QMessageBox::Yes | QMessageBox::No);
-        if (answer == QMessageBox::Yes)
+        if (answer == QMessageBox::Yes && ctrl)
             ctrl->loadFactoryCfg();
     });
     connect(ui->acUndock, &QAction::triggered, this, [this] {

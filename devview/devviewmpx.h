@@ -61,6 +61,7 @@ public:
     ov::IDev* getDev() override { return dev; }
     void enableUndocking(bool enable) override;
     void releaseDevice() override;
+    void endDeviceWork() override;
 
     virtual void enableGui(bool enabled, bool running);
     virtual int showFrame(ov::IMpxFrame* frame);

@@ -180,11 +180,12 @@ void DevViewMpx::onStartAcq()
     ui->acPrevFrame->setEnabled(false);
     running = true;
     progressTimer->start(100);
-    showWarningIcon(false, QString());
-    showErrorIcon(false, QString());
-    // A failure of the last run is not this run's: the LED shows the device again.
+    // A failure of the last run is not this run's: the LED shows the device again
+    // (and the icons are hidden after that, as at every start).
     lastRunError.clear();
     getDeviceStatus();
+    showWarningIcon(false, QString());
+    showErrorIcon(false, QString());
 }
 
 void DevViewMpx::onStopAcq()

@@ -1,7 +1,9 @@
 // The main window: a tab per device, tab texts and icons, titles, menu bars, hot plug,
 // undocking and docking, and the notes shown when there is no real device.
+#include "devctrlmpx.h"
 #include "devviewmotor.h"
 #include "devviewmpx.h"
+#include "devviewmpxui.h"
 #include "hostfixture.h"
 #include "menupath.h"
 #include "qfancytabwidget.h"
@@ -314,6 +316,59 @@ private slots:
         QCOMPARE(w->tabWidget()->currentWidget(), w->dockedViewList().at(0));
         // The page goes once control is back in the event loop.
         QTRY_VERIFY(page.isNull());
+    }
+
+    void removalWhileAPageDialogIsOpen()
+    {
+        HostFixture f;
+        f.connect(deviceDesc(1, "kalbar W0001", 1));
+        ov::IDev* second = f.connect(deviceDesc(1, "kalbar W0002", 2));
+        QVERIFY(f.start());
+        MainWindow* w = f.window();
+        w->show();
+        QPointer<DevViewMpx> page = w->getView(second);
+        QVERIFY(page);
+        // The host removes the device from a thread of its own while the page's "Save
+        // Data" dialog runs its event loop: the dialog ends, the page goes after it.
+        std::atomic<bool> removed {false};
+        std::thread host;
+        QTimer::singleShot(200, [&] {
+            host = std::thread([&] {
+                f.host->removeDevice(second);
+                removed = true;
+            });
+        });
+        page->form().acSaveData->trigger();
+        QTRY_VERIFY(removed.load());
+        host.join();
+        QVERIFY(!w->getView(second));
+        QTRY_VERIFY(page.isNull());
+        QCOMPARE(w->tabWidget()->count(), 1);
+    }
+
+    void removalOfAnUndockedMeasuringPage()
+    {
+        HostFixture f;
+        f.connect(deviceDesc(1, "kalbar W0001", 1));
+        ov::IDev* second = f.connect(deviceDesc(1, "kalbar W0002", 2));
+        QVERIFY(f.start());
+        MainWindow* w = f.window();
+        w->show();
+        QPointer<DevViewMpx> page = w->getView(second);
+        page->undockAction()->trigger();
+        QVERIFY(page->isWindow());
+        auto* control = static_cast<ov::IDevControl*>(f.control->privateInterface());
+        QCOMPARE(control->setAcqParams(second, 100, 0.0), 0);
+        QCOMPARE(control->setRepeat(second, 0, true), 0);
+        QCOMPARE(control->start(second), 0);
+        QTRY_VERIFY(control->isRunning(second) == 1);
+        // Removed while it measures, out of its tab: the measurement ends, the page goes.
+        QVERIFY(f.host->removeDevice(second));
+        QCOMPARE(PluginDevControl::DevCtrlMpx::detachedThreadCount(), 0);
+        QVERIFY(!page->isVisible());
+        QTRY_VERIFY(page.isNull());
+        QCOMPARE(w->allViews().size(), 1);
+        QCOMPARE(w->tabWidget()->count(), 1);
     }
 
     void removingAMotorKeepsTheSharedView()
