@@ -110,8 +110,9 @@ void SimDevice::setStatus(int code, const QString& text)
 
 int SimDevice::requestAbort()
 {
-    m_abort.store(true);
-    log(ov::LogInfo, QStringLiteral("Abort requested"));
+    // Said once per request: a caller may repeat its abort until the measurement ends.
+    if (!m_abort.exchange(true))
+        log(ov::LogInfo, QStringLiteral("Abort requested"));
     return 0;
 }
 
