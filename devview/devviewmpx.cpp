@@ -119,13 +119,11 @@ void DevViewMpx::releaseDevice()
     progressTimer->stop();
     spareTimer->stop();
     running = false;
-    if (ctrl) {
-        // The measurement ends and every thread of the controller lets go of the device;
-        // the controller goes with it, so nothing on the page can reach the device.
-        ctrl->endMeasurement();
-        delete ctrl;
-        ctrl = nullptr;
-    }
+    // The measurement ends and every thread of the controller lets go of the device;
+    // the controller goes with it, so nothing on the page can reach the device.
+    endDeviceWork();
+    delete ctrl;
+    ctrl = nullptr;
     // Signals of the controller and the host already queued for the page would find
     // the controller gone.
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);

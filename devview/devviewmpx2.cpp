@@ -22,6 +22,14 @@ DevViewMpx2::DevViewMpx2(QWidget* parent, ov::IOrvel* orvel, ov::IDev* device)
 
 DevViewMpx2::~DevViewMpx2() = default;
 
+void DevViewMpx2::releaseDevice()
+{
+    DevViewMpx::releaseDevice();
+    // The family's pointers name the same device and controller, both gone now.
+    devFamily = nullptr;
+    ctrlFamily = nullptr;
+}
+
 void DevViewMpx2::initialize()
 {
     devFamily = dynamic_cast<ov::IDevMpx2*>(dev);

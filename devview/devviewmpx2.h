@@ -18,6 +18,7 @@ public:
     ~DevViewMpx2() override;
 
     void onExit() override;
+    void releaseDevice() override;
     void enableGui(bool enabled, bool running) override;
     // These go to the measurement panel, which takes them to the GUI thread.
     void setAcqParams(int count, double time) override;
