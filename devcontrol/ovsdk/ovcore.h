@@ -125,16 +125,35 @@ protected:
     ~IUiHooks() = default;
 };
 
-// Parameter types reported by IParam::type().
+// Value types reported by IParam::type(). Every parameter answers every typed getter
+// (converted from its own type) and takes every typed setter (converted to its own
+// type, within its range); type() says which one holds the value exactly.
 enum ParamType : int {
-    ParamBool = 0,
-    ParamByte = 1,
-    ParamInt = 2,
-    ParamUInt = 3,
-    ParamDouble = 4,
-    ParamString = 5,
+    ParamI8 = 0,
+    ParamU8 = 1,
+    ParamI16 = 2,
+    ParamU16 = 3,
+    ParamI32 = 4,
+    ParamU32 = 5,
+    ParamI64 = 6,
+    ParamU64 = 7,
+    ParamFloat = 8,
+    ParamDouble = 9,
+    ParamBool = 10,
+    ParamString = 11,
 };
 
+// Bits of IParam::flags().
+enum ParamFlag : unsigned {
+    ParamReadOnly = 1u << 0,   // the setters refuse with a negative code
+    ParamHasAliases = 1u << 2, // the value is one of a list of named values
+};
+
+// One named value of a device, a file type or a filter. The description carries, in
+// square brackets, the domain of the value for dialogs that build controls from it
+// ("[true|false]", "[0..255]", "[a|b|c]", "[string]"). Setters return 0, or a negative
+// code when the value is refused (read-only, out of range, not a name of the list); a
+// refused write changes nothing.
 class IParam
 {
 public:
@@ -147,12 +166,30 @@ public:
     virtual int setBoolValue(bool value) = 0;
     virtual int type() const = 0;
     virtual unsigned flags() const = 0;
-    virtual int intValue() const = 0;
+    virtual int8_t i8Value() const = 0;
+    virtual int16_t i16Value() const = 0;
+    virtual uint16_t u16Value() const = 0;
+    virtual int32_t i32Value() const = 0;
+    virtual uint32_t u32Value() const = 0;
+    virtual int64_t i64Value() const = 0;
+    virtual uint64_t u64Value() const = 0;
+    virtual float floatValue() const = 0;
     virtual double doubleValue() const = 0;
-    virtual int setIntValue(int value) = 0;
+    virtual int setI8Value(int8_t value) = 0;
+    virtual int setI16Value(int16_t value) = 0;
+    virtual int setU16Value(uint16_t value) = 0;
+    virtual int setI32Value(int32_t value) = 0;
+    virtual int setU32Value(uint32_t value) = 0;
+    virtual int setI64Value(int64_t value) = 0;
+    virtual int setU64Value(uint64_t value) = 0;
+    virtual int setFloatValue(float value) = 0;
     virtual int setDoubleValue(double value) = 0;
     virtual int setStringValue(const char* value) = 0;
+    // Named values (ParamHasAliases): the names in list order, the name of the present
+    // value, and a write by name.
+    virtual int aliases(StrList& out) const = 0;
     virtual int aliasValue(String& out) const = 0;
+    virtual int setAliasValue(const char* alias) = 0;
 
     // Narrow-string conveniences.
     std::string getString() const
@@ -166,6 +203,12 @@ public:
         String s;
         aliasValue(s);
         return s.str();
+    }
+    std::vector<std::string> aliasList() const
+    {
+        StrList list;
+        aliases(list);
+        return list.items();
     }
 
 protected:
