@@ -2,6 +2,7 @@
 
 #include "devctrlmpx2.h"
 #include "devviewmpxui.h"
+#include "pnldevstgtpx.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
 #include "pnlmeasurement.h"
@@ -24,6 +25,9 @@ DevViewMpx2::~DevViewMpx2() = default;
 
 void DevViewMpx2::releaseDevice()
 {
+    // The settings panel stops its polling and forgets the controller before it goes.
+    if (stgPanel)
+        stgPanel->releaseDevice();
     DevViewMpx::releaseDevice();
     // The family's pointers name the same device and controller, both gone now.
     devFamily = nullptr;
@@ -44,7 +48,7 @@ void DevViewMpx2::setupPanels()
 {
     DevViewMpx::setupPanels();
     // The settings column in its order: image properties, advanced image properties,
-    // measurement, then the detector settings, digital test, filters, image info and
+    // measurement, detector settings, then the digital test, filters, image info and
     // histogram panels as they are built.
     imagePropsPanel = new PnlImageProps(this, mpxFrame, ctrl);
     addStgPanel(imagePropsPanel);
@@ -52,8 +56,10 @@ void DevViewMpx2::setupPanels()
     addStgPanel(imagePropsAdvPanel);
     measurementPanel = new PnlMeasurement(this, ctrl);
     addStgPanel(measurementPanel);
-    // Detector settings (stgPanel), digital test (digTestPanel), filters (filtersPanel),
-    // image info (imageInfoPanel) and histogram (histogramPanel) go here, in that order.
+    stgPanel = new PnlDevStgTpx(this, ctrlFamily);
+    addStgPanel(stgPanel);
+    // Digital test (digTestPanel), filters (filtersPanel), image info (imageInfoPanel)
+    // and histogram (histogramPanel) go here, in that order.
 
     // The first six panels share the height they can use; the spacer at the end
     // takes what they leave.
@@ -63,6 +69,7 @@ void DevViewMpx2::setupPanels()
     ctrl->setImagePropsPanel(imagePropsPanel);
     ctrl->setHistogramPanel(histogramPanel);
     ctrl->setImageInfoPanel(imageInfoPanel);
+    connect(this, &DevViewMpx::sigPixConfTriggered, stgPanel, &PnlDevStgTpx::onPixConfTriggered);
     connect(measurementPanel, &PnlMeasurement::sigAcqStart, this, &DevViewMpx::onStartAcq);
     connect(measurementPanel, &PnlMeasurement::sigAcqStop, this, &DevViewMpx::onStopAcq);
     setupPanelsMenu();
@@ -70,11 +77,12 @@ void DevViewMpx2::setupPanels()
 
 void DevViewMpx2::setupPanelsMenu()
 {
-    // "Detector Settings", "Filters", "Digital Test", "Image Info" and "Histogram"
-    // join between and after these with their panels.
+    // "Filters", "Digital Test", "Image Info" and "Histogram" join after these with
+    // their panels.
     addPanelAction("Image Properties", imagePropsPanel, true);
     addPanelAction("Advanced Image Properties", imagePropsAdvPanel, false);
     addPanelAction("Measurement", measurementPanel, true);
+    addPanelAction("Detector Settings", stgPanel, true);
 }
 
 void DevViewMpx2::loadSettings()
@@ -91,12 +99,16 @@ void DevViewMpx2::onExit()
 {
     if (measurementPanel)
         measurementPanel->onExit();
+    if (stgPanel)
+        stgPanel->onExit();
     DevViewMpx::onExit();
 }
 
 void DevViewMpx2::enableGui(bool enabled, bool measuring)
 {
     DevViewMpx::enableGui(enabled, measuring);
+    if (stgPanel)
+        stgPanel->enableGui(enabled, measuring);
     if (measurementPanel)
         measurementPanel->enableGui(enabled, measuring);
 }

@@ -7,6 +7,7 @@
 namespace PluginDevControl {
 
 class DevCtrlMpx2;
+class PnlDevStgTpx;
 class PnlMeasurement;
 
 class DevViewMpx2 : public DevViewMpx
@@ -35,6 +36,7 @@ public:
 
     DevCtrlMpx2* familyController() const { return ctrlFamily; }
     PnlMeasurement* measurement() const { return measurementPanel; }
+    PnlDevStgTpx* settingsPanel() const { return stgPanel; }
     // The reset entries of the second tool bar, in menu order.
     QList<QAction*> resetActions() const;
 
@@ -47,9 +49,9 @@ protected:
 
     ov::IDevMpx2* devFamily = nullptr;
     DevCtrlMpx2* ctrlFamily = nullptr;
-    // The settings and filters panels join the column once they exist.
-    QWidget* stgPanel = nullptr;
+    PnlDevStgTpx* stgPanel = nullptr;
     PnlMeasurement* measurementPanel = nullptr;
+    // The filters panel joins the column once it exists.
     QWidget* filtersPanel = nullptr;
     QAction* acResetAllBits = nullptr;
     QAction* acResetMaskBits = nullptr;

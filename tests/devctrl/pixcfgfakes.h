@@ -178,7 +178,16 @@ public:
         return 0;
     }
     uint8_t mode8(unsigned p) const override { return p < mode.size() ? mode[p] : 0; }
-    double averageMode() const override { return 0.0; }
+    // The mean mode of all pixels.
+    double averageMode() const override
+    {
+        if (mode.empty())
+            return 0.0;
+        double sum = 0.0;
+        for (uint8_t m : mode)
+            sum += m;
+        return sum / static_cast<double>(mode.size());
+    }
     uint8_t thhMax() const override { return 7; }
     uint8_t thhMpx3(unsigned) const override { return 0; }
     uint8_t thhMaxMpx3() const override { return 0; }

@@ -5,6 +5,7 @@
 #include "timepixpage.h"
 
 #include "../panels/questionstep.h"
+#include "pnldevstgtpx.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
 #include "pnlmeasurement.h"
@@ -64,10 +65,12 @@ private slots:
         TimepixPage page;
         QVERIFY(page.view);
         QVBoxLayout* column = page.ui().verticalLayout;
-        QVERIFY(column->count() >= 4);
+        QVERIFY(column->count() >= 5);
         QVERIFY(qobject_cast<PnlImageProps*>(column->itemAt(0)->widget()));
         QVERIFY(qobject_cast<PnlImagePropsAdv*>(column->itemAt(1)->widget()));
         QCOMPARE(column->itemAt(2)->widget(), page.view->measurement());
+        QVERIFY(page.view->settingsPanel());
+        QCOMPARE(column->itemAt(3)->widget(), page.view->settingsPanel());
         // The spacer stays last and takes what the panels leave.
         QVERIFY(column->itemAt(column->count() - 1)->spacerItem());
         for (int i = 0; i < column->count() - 1; ++i)
@@ -82,19 +85,28 @@ private slots:
         TimepixPage page;
         QVERIFY(page.view);
         const QList<QAction*> actions = page.view->panelsMenu()->actions();
-        QCOMPARE(actions.size(), 3);
+        QCOMPARE(actions.size(), 4);
         QCOMPARE(actions.at(0)->text(), QString("Image Properties"));
         QCOMPARE(actions.at(1)->text(), QString("Advanced Image Properties"));
         QCOMPARE(actions.at(2)->text(), QString("Measurement"));
+        QCOMPARE(actions.at(3)->text(), QString("Detector Settings"));
         QVERIFY(actions.at(0)->isChecked());
         QVERIFY(!actions.at(1)->isChecked());
         QVERIFY(actions.at(2)->isChecked());
+        QVERIFY(actions.at(3)->isChecked());
         QVERIFY(!page.view->measurement()->isHidden());
+        QVERIFY(!page.view->settingsPanel()->isHidden());
 
         actions.at(2)->trigger();
         QVERIFY(page.view->measurement()->isHidden());
         actions.at(2)->trigger();
         QVERIFY(!page.view->measurement()->isHidden());
+
+        actions.at(3)->trigger();
+        QVERIFY(page.view->settingsPanel()->isHidden());
+        QVERIFY(!page.view->measurement()->isHidden());
+        actions.at(3)->trigger();
+        QVERIFY(!page.view->settingsPanel()->isHidden());
     }
 
     void pageEntryPointsGoToThePanel()

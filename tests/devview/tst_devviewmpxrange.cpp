@@ -145,8 +145,9 @@ private slots:
                 shown << action->isChecked();
             }
             QCOMPARE(titles,
-                QStringList({"Image Properties", "Advanced Image Properties", "Measurement"}));
-            QCOMPARE(shown, QList<bool>({true, false, true}));
+                QStringList({"Image Properties", "Advanced Image Properties", "Measurement",
+                    "Detector Settings"}));
+            QCOMPARE(shown, QList<bool>({true, false, true, true}));
             auto* panel = page.view->findChild<PnlImageProps*>();
             panel->autoRangeCheckBox()->setChecked(false);
             panel->setRange(12.0, 345.0);
