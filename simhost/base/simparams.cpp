@@ -22,17 +22,28 @@ struct TypeBounds
 TypeBounds boundsOf(int type)
 {
     switch (type) {
-    case ov::ParamI8: return {-128.0, 127.0};
-    case ov::ParamU8: return {0.0, 255.0};
-    case ov::ParamI16: return {-32768.0, 32767.0};
-    case ov::ParamU16: return {0.0, 65535.0};
-    case ov::ParamI32: return {-2147483648.0, 2147483647.0};
-    case ov::ParamU32: return {0.0, 4294967295.0};
-    case ov::ParamI64: return {-9223372036854775808.0, 9223372036854775807.0};
-    case ov::ParamU64: return {0.0, 18446744073709551615.0};
-    case ov::ParamFloat: return {-double(FLT_MAX), double(FLT_MAX)};
-    case ov::ParamBool: return {0.0, 1.0};
-    default: return {-DBL_MAX, DBL_MAX};
+    case ov::ParamI8:
+        return {-128.0, 127.0};
+    case ov::ParamU8:
+        return {0.0, 255.0};
+    case ov::ParamI16:
+        return {-32768.0, 32767.0};
+    case ov::ParamU16:
+        return {0.0, 65535.0};
+    case ov::ParamI32:
+        return {-2147483648.0, 2147483647.0};
+    case ov::ParamU32:
+        return {0.0, 4294967295.0};
+    case ov::ParamI64:
+        return {-9223372036854775808.0, 9223372036854775807.0};
+    case ov::ParamU64:
+        return {0.0, 18446744073709551615.0};
+    case ov::ParamFloat:
+        return {-double(FLT_MAX), double(FLT_MAX)};
+    case ov::ParamBool:
+        return {0.0, 1.0};
+    default:
+        return {-DBL_MAX, DBL_MAX};
     }
 }
 
@@ -234,9 +245,9 @@ int SimParam::commit(const ParamValue& next)
     if (m_flags & ov::ParamReadOnly)
         return ParamErrReadOnly;
     if (m_type != ov::ParamString) {
-        const double v = isUnsigned() ? double(next.u)
+        const double v = isUnsigned()                                 ? double(next.u)
             : (m_type == ov::ParamFloat || m_type == ov::ParamDouble) ? next.d
-                                                                       : double(next.i);
+                                                                      : double(next.i);
         if (v < m_min || v > m_max)
             return ParamErrRange;
     }

@@ -21,7 +21,7 @@ private slots:
         QCOMPARE(p.u16Value(), uint16_t(300));
         QCOMPARE(p.i32Value(), 300);
         QCOMPARE(p.doubleValue(), 300.0);
-        QCOMPARE(p.i8Value(), int8_t(127)); // clipped to the asked type
+        QCOMPARE(p.i8Value(), int8_t(127));           // clipped to the asked type
         QCOMPARE(p.byteValue(), uint8_t(300 & 0xff)); // the byte read keeps the low bits
         QCOMPARE(p.getString(), std::string("300"));
         QVERIFY(p.boolValue());
@@ -107,8 +107,9 @@ private slots:
     {
         SimParam p("Rate", "", ov::ParamU32);
         int heard = 0;
-        p.setCheck([](const SimParam&, const sim::ParamValue& next) { return next.u % 2 ? -1 : 0; })
-            .setChanged([&heard](const SimParam& param) { heard = int(param.u32Value()); });
+        p.setCheck([](const SimParam&, const sim::ParamValue& next) {
+             return next.u % 2 ? -1 : 0;
+         }).setChanged([&heard](const SimParam& param) { heard = int(param.u32Value()); });
         QCOMPARE(p.setU32Value(3), int(sim::ParamErrRefused));
         QCOMPARE(heard, 0);
         QCOMPARE(p.u32Value(), 0u);
