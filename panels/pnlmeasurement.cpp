@@ -1,6 +1,7 @@
 #include "pnlmeasurement.h"
 
 #include "devctrlmpx.h"
+#include "dlgacqstg.h"
 #include "framememory.h"
 #include "mydoublevalidator.h"
 #include "ui_pnlmeasurement.h"
@@ -208,10 +209,13 @@ void PnlMeasurement::on_cmAcqType_currentIndexChanged(int)
 void PnlMeasurement::on_btMeasStg_clicked()
 {
     mergeFromController();
-    if (ctrl)
-        ctrl->setAcqParams(acqPars);
-    // The acquisition settings dialog writes to the controller, not to the panel; it
-    // opens here once the dialogs of this page exist.
+    if (!ctrl)
+        return;
+    ctrl->setAcqParams(acqPars);
+    // The dialog writes to the controller, not to the panel. It stays a hidden child
+    // of the panel afterwards, as each opening makes a new one.
+    auto* dialog = new DlgAcqStg(this, ctrl);
+    dialog->showDialog();
 }
 
 void PnlMeasurement::on_btBrowseFile_clicked()

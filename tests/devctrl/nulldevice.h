@@ -8,10 +8,13 @@ namespace testdev {
 
 using namespace ov;
 
-class NullDevMpx2 : public ov::IDevMpx2
+// The operations every pixel detector has, on top of the family interface Iface.
+template <class Iface>
+class NullDevMpxOps : public Iface
 {
 public:
-    virtual ~NullDevMpx2() = default;
+    virtual ~NullDevMpxOps() = default;
+    using Iface::chipPolarity;
     int deviceType() override { return {}; }
     int deviceInfo(DevInfo*) override { return {}; }
     int registerEvent(const char*, EventCallback, void*) override { return {}; }
@@ -73,6 +76,12 @@ public:
     int setThreshold(uint32_t, int, double) override { return {}; }
     bool isChipCalibrated(uint32_t) override { return {}; }
     bool isTimepix() override { return {}; }
+};
+
+class NullDevMpx2 : public NullDevMpxOps<ov::IDevMpx2>
+{
+public:
+    using NullDevMpxOps<ov::IDevMpx2>::chipPolarity;
     bool chipPolarity(int, uint16_t*) override { return {}; }
     int setChipCalibration(int, uint16_t, double, double, double, double) override { return {}; }
     int chipCalibration(int, double*, double*, double*, double*) override { return {}; }
@@ -86,6 +95,78 @@ public:
     int calibrationMatrices(int, double*, double*, double*, double*) override { return {}; }
     int dacDelay() override { return {}; }
     int setDacDelay(int) override { return {}; }
+};
+
+class NullDevMpx3 : public NullDevMpxOps<ov::IDevMpx3>
+{
+public:
+    int setThresholdCalibCoeffs(int, int, int, int, const double*, int) override { return {}; }
+    int thresholdCalibCoeffs(int, int, int, int, double*, int) override { return {}; }
+    int thresholdCalibCoeffNames(StrList&) override { return {}; }
+    using ov::IDevMpx3::thresholdCalibCoeffNames;
+    int testPulseLimits(uint32_t*, double*, double*, double*) override { return {}; }
+    bool hasColorMode() override { return {}; }
+    bool isColorMode() override { return {}; }
+    int setColorMode(bool) override { return {}; }
+    bool csmSpm() override { return {}; }
+    int setCsmSpm(bool) override { return {}; }
+    bool isContinuousReadout() override { return {}; }
+    int setContinuousReadout(bool) override { return {}; }
+    int counterDepthMode() override { return {}; }
+    int setCounterDepthMode(int) override { return {}; }
+    int activeCounter() override { return {}; }
+    int setActiveCounter(int) override { return {}; }
+    int columnBlock() override { return {}; }
+    int setColumnBlock(int) override { return {}; }
+    int rowBlock() override { return {}; }
+    int setRowBlock(int) override { return {}; }
+    int gainMode() override { return {}; }
+    int setGainMode(int) override { return {}; }
+    int discCsmSpm() override { return {}; }
+    int setDiscCsmSpm(bool) override { return {}; }
+    int operationMode() override { return {}; }
+    int setOperationMode(int) override { return {}; }
+};
+
+class NullDevTpx2 : public NullDevMpxOps<ov::IDevTpx2>
+{
+public:
+    int setChipCalibration(int, double, double, double, double) override { return {}; }
+    int chipCalibration(int, double*, double*, double*, double*) override { return {}; }
+    int testPulseLimits(uint32_t*, double*, double*) override { return {}; }
+    int setMClockDivider(double) override { return {}; }
+    int setToaClockIndex(int) override { return {}; }
+    int setAdaptiveGain(bool) override { return {}; }
+    bool adaptiveGain() override { return {}; }
+    int setAnalogMasking(bool) override { return {}; }
+    bool analogMasking() override { return {}; }
+    double toaBaseClock() override { return {}; }
+    int toaClockIndex() override { return {}; }
+    bool isDataCalibrationEnabled() override { return {}; }
+    int setDataCalibrationEnabled(bool) override { return {}; }
+    bool isDataCalibrationSupported() override { return {}; }
+};
+
+class NullDevTpx3 : public NullDevMpxOps<ov::IDevTpx3>
+{
+public:
+    int setChipCalibration(int, double, double) override { return {}; }
+    int chipCalibration(int, double*, double*) override { return {}; }
+    int testPulseLimits(uint32_t*, double*, uint8_t*, uint32_t*) override { return {}; }
+    uint8_t grayCounter() override { return {}; }
+    int setVco(uint8_t) override { return {}; }
+    uint8_t vco() override { return {}; }
+    int setGrayCounter(uint8_t) override { return {}; }
+    int setConvertToa(bool) override { return {}; }
+    bool convertToa() override { return {}; }
+    double temperature() override { return {}; }
+    bool isDataCalibrationEnabled() override { return {}; }
+    int setDataCalibrationEnabled(bool) override { return {}; }
+    bool isDataCalibrationSupported() override { return {}; }
+    int setCalibrationMatrices(int, double*, double*, double*, double*) override { return {}; }
+    int timeWalk(int, double*, double*, double*, double*, double*) override { return {}; }
+    int setTimeWalk(int, double, double, double, double, double) override { return {}; }
+    int calibrationMatrices(int, double*, double*, double*, double*) override { return {}; }
 };
 
 class NullMpxFrame : public ov::IMpxFrame

@@ -11,6 +11,21 @@
 
 #include <QTest>
 
+// The mean of a frame's pixels; -1 when there is no frame or no data.
+inline double frameMean(ov::IMpxFrame* frame)
+{
+    if (!frame)
+        return -1.0;
+    ov::DataBuff<double> data;
+    frame->getData(&data, 9);
+    if (data.size() == 0)
+        return -1.0;
+    double sum = 0.0;
+    for (unsigned long i = 0; i < data.size(); ++i)
+        sum += data.data()[i];
+    return sum / double(data.size());
+}
+
 struct TimepixPage
 {
     explicit TimepixPage(const QString& home = QString(), sim::DeviceDesc desc = quadDesc())

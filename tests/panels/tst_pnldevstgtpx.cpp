@@ -144,16 +144,7 @@ struct QuadPage
         if (finished.at(0).at(0).toInt() != 0)
             return -1.0;
         ov::RefData<ov::IMpxFrame> last(page.device()->lastAcqFrameRefInc(), false);
-        if (!last.get())
-            return -1.0;
-        ov::DataBuff<double> data;
-        last->getData(&data, 9);
-        if (data.size() == 0)
-            return -1.0;
-        double sum = 0.0;
-        for (unsigned long i = 0; i < data.size(); ++i)
-            sum += data.data()[i];
-        return sum / double(data.size());
+        return frameMean(last.get());
     }
 
     TimepixPage page;

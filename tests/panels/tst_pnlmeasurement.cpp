@@ -1,6 +1,7 @@
 // The measurement panel on its own: form, entry points, merging into the controller's
 // record, the questions before a start, and the running state of its controls.
 #include "measpage.h"
+#include "modaldriver.h"
 #include "questionstep.h"
 #include "typeinto.h"
 
@@ -145,9 +146,21 @@ private slots:
         QCOMPARE(p.spacing, 7);
         QCOMPARE(p.fileFlags, 0x40u);
 
-        // The settings button merges the same way.
+        // The settings button merges the same way, then opens the measurement settings
+        // (cancelled here).
         typeInto(page.ui().spCount, 43);
+        ModalDriver driver;
+        QString opened;
+        driver.add([&opened](QWidget* w) {
+            auto* dialog = qobject_cast<QDialog*>(w);
+            if (!dialog)
+                return false;
+            opened = dialog->windowTitle();
+            dialog->reject();
+            return true;
+        });
         QTest::mouseClick(page.ui().btMeasStg, Qt::LeftButton);
+        QCOMPARE(opened, QString("Measurement Settings"));
         QCOMPARE(page.ctrl->acqParams().acqCount, 43);
         QCOMPARE(page.ctrl->acqParams().acqMode, 3);
         QCOMPARE(page.ui().spCount->value(), 43);
