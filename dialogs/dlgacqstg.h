@@ -81,6 +81,16 @@ private:
     void showCalibrateData(bool supported, bool enabled);
     // Runs the dialog; false when it was cancelled.
     bool runDialog();
+    // The rows every family's pulse block has: count, period and manual test bits.
+    template <class Pulses>
+    void showCommonPulses(const Pulses& pulses);
+    template <class Pulses>
+    void readCommonPulses(Pulses& pulses) const;
+    // The calibrate-data box from a device that has one, and back to it on OK.
+    template <class Device>
+    bool showCalibration(Device* device);
+    template <class Device>
+    void writeCalibration(Device* device, bool supported) const;
     QCheckBox* addCheckRow(
         QGridLayout* grid, int row, int column, const char* name, const QString& text);
     QDoubleSpinBox* addDoubleRow(QGridLayout* grid, int row, const char* name, const QString& label,

@@ -86,6 +86,37 @@ void DlgAcqStg::showCalibrateData(bool supported, bool enabled)
     ui->chbCalibrateData->setChecked(enabled);
 }
 
+template <class Pulses>
+void DlgAcqStg::showCommonPulses(const Pulses& pulses)
+{
+    sbPulseCount->setValue(spinLimit(pulses.pulseCount));
+    sbPulsePeriod->setValue(pulses.pulsePeriod * kMicroseconds);
+    chbManualTpBits->setChecked(pulses.manualTpBits);
+}
+
+template <class Pulses>
+void DlgAcqStg::readCommonPulses(Pulses& pulses) const
+{
+    pulses.pulseCount = uint32_t(sbPulseCount->value());
+    pulses.pulsePeriod = sbPulsePeriod->value() / kMicroseconds;
+    pulses.manualTpBits = chbManualTpBits->isChecked() ? 1 : 0;
+}
+
+template <class Device>
+bool DlgAcqStg::showCalibration(Device* device)
+{
+    const bool supported = device->isDataCalibrationSupported();
+    showCalibrateData(supported, device->isDataCalibrationEnabled());
+    return supported;
+}
+
+template <class Device>
+void DlgAcqStg::writeCalibration(Device* device, bool supported) const
+{
+    if (supported)
+        device->setDataCalibrationEnabled(ui->chbCalibrateData->isChecked());
+}
+
 void DlgAcqStg::execMpx2()
 {
     auto* device = dynamic_cast<ov::IDevMpx2*>(dev);
@@ -101,22 +132,16 @@ void DlgAcqStg::execMpx2()
     chbManualTpBits = addCheckRow(grid, 3, 1, "chbManualTpBits", QStringLiteral("Manual TP Bits"));
     grid->setRowStretch(4, 1);
     ui->tabWidget->adjustSize();
-    const bool calibration = device->isDataCalibrationSupported();
-    showCalibrateData(calibration, device->isDataCalibrationEnabled());
+    const bool calibration = showCalibration(device);
 
     TpxPulses& tp = tpPars.tpx;
-    sbPulseCount->setValue(spinLimit(tp.pulseCount));
-    sbPulsePeriod->setValue(tp.pulsePeriod * kMicroseconds);
+    showCommonPulses(tp);
     sbPulseHeight->setValue(tp.pulseHeight);
-    chbManualTpBits->setChecked(tp.manualTpBits);
     if (!runDialog())
         return;
-    tp.pulseCount = uint32_t(sbPulseCount->value());
-    tp.pulsePeriod = sbPulsePeriod->value() / kMicroseconds;
+    readCommonPulses(tp);
     tp.pulseHeight = sbPulseHeight->value();
-    tp.manualTpBits = chbManualTpBits->isChecked() ? 1 : 0;
-    if (calibration)
-        device->setDataCalibrationEnabled(ui->chbCalibrateData->isChecked());
+    writeCalibration(device, calibration);
 }
 
 void DlgAcqStg::execMpx3()
@@ -139,18 +164,14 @@ void DlgAcqStg::execMpx3()
     ui->tabWidget->adjustSize();
 
     Mpx3Pulses& tp = tpPars.mpx3;
-    sbPulseCount->setValue(spinLimit(tp.pulseCount));
-    sbPulsePeriod->setValue(tp.pulsePeriod * kMicroseconds);
+    showCommonPulses(tp);
     sbPulseCharge1->setValue(tp.charge1);
     sbPulseCharge2->setValue(tp.charge2);
-    chbManualTpBits->setChecked(tp.manualTpBits);
     if (!runDialog())
         return;
-    tp.pulseCount = uint32_t(sbPulseCount->value());
-    tp.pulsePeriod = sbPulsePeriod->value() / kMicroseconds;
+    readCommonPulses(tp);
     tp.charge1 = sbPulseCharge1->value();
     tp.charge2 = sbPulseCharge2->value();
-    tp.manualTpBits = chbManualTpBits->isChecked() ? 1 : 0;
 }
 
 void DlgAcqStg::execTpx3()
@@ -172,28 +193,22 @@ void DlgAcqStg::execTpx3()
     chbDigital = addCheckRow(grid, 5, 1, "chbDigital", QStringLiteral("Digital"));
     grid->setRowStretch(6, 1);
     ui->tabWidget->adjustSize();
-    const bool calibration = device->isDataCalibrationSupported();
-    showCalibrateData(calibration, device->isDataCalibrationEnabled());
+    const bool calibration = showCalibration(device);
 
     Tpx3Pulses& tp = tpPars.tpx3;
-    sbPulseCount->setValue(spinLimit(tp.pulseCount));
-    sbPulsePeriod->setValue(tp.pulsePeriod * kMicroseconds);
+    showCommonPulses(tp);
     sbPulsePhase->setValue(tp.phase);
     sbPulseCharge->setValue(spinLimit(tp.charge));
-    chbManualTpBits->setChecked(tp.manualTpBits);
     chbExternal->setChecked(tp.external);
     chbDigital->setChecked(tp.digital);
     if (!runDialog())
         return;
-    tp.pulseCount = uint32_t(sbPulseCount->value());
-    tp.pulsePeriod = sbPulsePeriod->value() / kMicroseconds;
+    readCommonPulses(tp);
     tp.phase = uint8_t(sbPulsePhase->value());
     tp.charge = uint32_t(sbPulseCharge->value());
-    tp.manualTpBits = chbManualTpBits->isChecked() ? 1 : 0;
     tp.external = chbExternal->isChecked() ? 1 : 0;
     tp.digital = chbDigital->isChecked() ? 1 : 0;
-    if (calibration)
-        device->setDataCalibrationEnabled(ui->chbCalibrateData->isChecked());
+    writeCalibration(device, calibration);
 }
 
 void DlgAcqStg::execTpx2()
@@ -214,22 +229,18 @@ void DlgAcqStg::execTpx2()
     chbDigital = addCheckRow(grid, 5, 1, "chbDigital", QStringLiteral("Digital"));
     grid->setRowStretch(6, 1);
     ui->tabWidget->adjustSize();
-    const bool calibration = device->isDataCalibrationSupported();
-    showCalibrateData(calibration, device->isDataCalibrationEnabled());
+    const bool calibration = showCalibration(device);
 
     Tpx2Pulses& tp = tpPars.tpx2;
-    sbPulseCount->setValue(spinLimit(tp.pulseCount));
-    sbPulsePeriod->setValue(tp.pulsePeriod * kMicroseconds);
+    showCommonPulses(tp);
     sbPulseHeight->setValue(tp.pulseHeight);
-    chbManualTpBits->setChecked(tp.manualTpBits);
     chbDigital->setChecked(tp.digital);
     if (!runDialog())
         return;
-    tp.pulseCount = uint32_t(sbPulseCount->value());
-    tp.pulsePeriod = sbPulsePeriod->value() / kMicroseconds;
+    readCommonPulses(tp);
     tp.pulseHeight = sbPulseHeight->value();
-    tp.manualTpBits = chbManualTpBits->isChecked() ? 1 : 0;
     tp.digital = chbDigital->isChecked() ? 1 : 0;
+    writeCalibration(device, calibration);
 }
 
 } // namespace PluginDevControl

@@ -81,94 +81,60 @@ QVariant QIntegerProperty::getEditorData(QWidget* editor) const
 
 // ---------------------------------------------------------------------------------
 
-QLongProperty::QLongProperty(
-    const QString& name, qlonglong value, bool editable, qlonglong minimum, qlonglong maximum)
-    : QProperty(name, value, editable), m_min(minimum), m_max(maximum)
+template <typename T>
+QWideIntegerProperty<T>::QWideIntegerProperty(
+    const QString& name, T value, bool editable, T minimum, T maximum)
+    : QProperty(name, QVariant::fromValue(value), editable), m_min(minimum), m_max(maximum)
 { }
 
-QLongProperty::QLongProperty(const QString& name, qlonglong value, const QString& description,
-    bool editable, qlonglong minimum, qlonglong maximum)
-    : QProperty(name, value, description, editable), m_min(minimum), m_max(maximum)
+template <typename T>
+QWideIntegerProperty<T>::QWideIntegerProperty(
+    const QString& name, T value, const QString& description, bool editable, T minimum, T maximum)
+    : QProperty(name, QVariant::fromValue(value), description, editable),
+      m_min(minimum),
+      m_max(maximum)
 { }
 
-void QLongProperty::setMinMax(qlonglong minimum, qlonglong maximum)
+template <typename T>
+void QWideIntegerProperty<T>::setMinMax(T minimum, T maximum)
 {
     m_min = minimum;
     m_max = maximum;
 }
 
-QWidget* QLongProperty::createEditor(
+template <typename T>
+QWidget* QWideIntegerProperty<T>::createEditor(
     QWidget* parent, const QStyleOptionViewItem&, const QAbstractItemDelegate*)
 {
     QSpinBox* box = makeSpinBox(parent, toSpin(m_min), toSpin(m_max));
-    box->setValue(toSpin(getValue().toLongLong()));
+    box->setValue(toSpin(value()));
     prepareEditor(box);
     return box;
 }
 
-bool QLongProperty::setEditorData(QWidget* editor)
+template <typename T>
+bool QWideIntegerProperty<T>::setEditorData(QWidget* editor)
 {
     auto* box = qobject_cast<QSpinBox*>(editor);
     if (box)
-        box->setValue(toSpin(getValue().toLongLong()));
+        box->setValue(toSpin(value()));
     return box;
 }
 
-QVariant QLongProperty::getEditorData(QWidget* editor) const
+template <typename T>
+QVariant QWideIntegerProperty<T>::getEditorData(QWidget* editor) const
 {
     auto* box = qobject_cast<QSpinBox*>(editor);
     if (!box)
         return {};
-    // An editor left at the clipped value gives the whole value back, so that a 64-bit
-    // value is not cut by a mere Enter.
-    const qlonglong value = getValue().toLongLong();
-    return box->value() == toSpin(value) ? QVariant(value) : QVariant(qlonglong(box->value()));
+    const T whole = value();
+    if (box->value() == toSpin(whole))
+        return QVariant::fromValue(whole);
+    return QVariant::fromValue(T(box->value()));
 }
 
-// ---------------------------------------------------------------------------------
-
-QULongProperty::QULongProperty(
-    const QString& name, qulonglong value, bool editable, qulonglong minimum, qulonglong maximum)
-    : QProperty(name, value, editable), m_min(minimum), m_max(maximum)
-{ }
-
-QULongProperty::QULongProperty(const QString& name, qulonglong value, const QString& description,
-    bool editable, qulonglong minimum, qulonglong maximum)
-    : QProperty(name, value, description, editable), m_min(minimum), m_max(maximum)
-{ }
-
-void QULongProperty::setMinMax(qulonglong minimum, qulonglong maximum)
-{
-    m_min = minimum;
-    m_max = maximum;
-}
-
-QWidget* QULongProperty::createEditor(
-    QWidget* parent, const QStyleOptionViewItem&, const QAbstractItemDelegate*)
-{
-    QSpinBox* box = makeSpinBox(parent, toSpin(m_min), toSpin(m_max));
-    box->setValue(toSpin(getValue().toULongLong()));
-    prepareEditor(box);
-    return box;
-}
-
-bool QULongProperty::setEditorData(QWidget* editor)
-{
-    auto* box = qobject_cast<QSpinBox*>(editor);
-    if (box)
-        box->setValue(toSpin(getValue().toULongLong()));
-    return box;
-}
-
-QVariant QULongProperty::getEditorData(QWidget* editor) const
-{
-    auto* box = qobject_cast<QSpinBox*>(editor);
-    if (!box)
-        return {};
-    const qulonglong value = getValue().toULongLong();
-    return box->value() == toSpin(value) ? QVariant(value)
-                                         : QVariant(qulonglong(std::max(0, box->value())));
-}
+template class QWideIntegerProperty<qlonglong>;
+template class QWideIntegerProperty<qulonglong>;
 
 // ---------------------------------------------------------------------------------
 

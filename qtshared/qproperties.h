@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <climits>
+#include <limits>
 
 // A double spin box whose text has no trailing zeros.
 class QPTVDoubleSpinBox : public QDoubleSpinBox
@@ -54,58 +55,45 @@ private:
 };
 
 // 64-bit values in a 32-bit spin box: bounds and value are clipped to what the editor
-// can show.
-class QLongProperty : public QProperty
+// can show. QLongProperty holds signed values, QULongProperty unsigned ones.
+template <typename T>
+class QWideIntegerProperty : public QProperty
 {
 public:
-    QLongProperty(const QString& name, qlonglong value, bool editable = true,
-        qlonglong minimum = LLONG_MIN, qlonglong maximum = LLONG_MAX);
-    QLongProperty(const QString& name, qlonglong value, const QString& description,
-        bool editable = true, qlonglong minimum = LLONG_MIN, qlonglong maximum = LLONG_MAX);
-    QLongProperty(const QString& name, qlonglong value, const char* description,
-        bool editable = true, qlonglong minimum = LLONG_MIN, qlonglong maximum = LLONG_MAX)
-        : QLongProperty(name, value, QString::fromUtf8(description), editable, minimum, maximum)
+    QWideIntegerProperty(const QString& name, T value, bool editable = true,
+        T minimum = std::numeric_limits<T>::lowest(), T maximum = std::numeric_limits<T>::max());
+    QWideIntegerProperty(const QString& name, T value, const QString& description,
+        bool editable = true, T minimum = std::numeric_limits<T>::lowest(),
+        T maximum = std::numeric_limits<T>::max());
+    QWideIntegerProperty(const QString& name, T value, const char* description,
+        bool editable = true, T minimum = std::numeric_limits<T>::lowest(),
+        T maximum = std::numeric_limits<T>::max())
+        : QWideIntegerProperty(
+            name, value, QString::fromUtf8(description), editable, minimum, maximum)
     { }
 
-    void setMinMax(qlonglong minimum, qlonglong maximum);
-    qlonglong minimum() const { return m_min; }
-    qlonglong maximum() const { return m_max; }
+    void setMinMax(T minimum, T maximum);
+    T minimum() const { return m_min; }
+    T maximum() const { return m_max; }
 
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
         const QAbstractItemDelegate* delegate) override;
     bool setEditorData(QWidget* editor) override;
+    // An editor left at the clipped value gives the whole value back, so that a 64-bit
+    // value is not cut by a mere Enter.
     QVariant getEditorData(QWidget* editor) const override;
 
 private:
-    qlonglong m_min;
-    qlonglong m_max;
+    T value() const { return getValue().template value<T>(); }
+
+    T m_min;
+    T m_max;
 };
 
-class QULongProperty : public QProperty
-{
-public:
-    QULongProperty(const QString& name, qulonglong value, bool editable = true,
-        qulonglong minimum = 0, qulonglong maximum = ULLONG_MAX);
-    QULongProperty(const QString& name, qulonglong value, const QString& description,
-        bool editable = true, qulonglong minimum = 0, qulonglong maximum = ULLONG_MAX);
-    QULongProperty(const QString& name, qulonglong value, const char* description,
-        bool editable = true, qulonglong minimum = 0, qulonglong maximum = ULLONG_MAX)
-        : QULongProperty(name, value, QString::fromUtf8(description), editable, minimum, maximum)
-    { }
-
-    void setMinMax(qulonglong minimum, qulonglong maximum);
-    qulonglong minimum() const { return m_min; }
-    qulonglong maximum() const { return m_max; }
-
-    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
-        const QAbstractItemDelegate* delegate) override;
-    bool setEditorData(QWidget* editor) override;
-    QVariant getEditorData(QWidget* editor) const override;
-
-private:
-    qulonglong m_min;
-    qulonglong m_max;
-};
+extern template class QWideIntegerProperty<qlonglong>;
+extern template class QWideIntegerProperty<qulonglong>;
+using QLongProperty = QWideIntegerProperty<qlonglong>;
+using QULongProperty = QWideIntegerProperty<qulonglong>;
 
 class QDoubleProperty : public QProperty
 {

@@ -17,7 +17,26 @@
 
 namespace acqstgtest {
 
-class AcqStgDevice : public testdev::NullDevMpx2
+// Data calibration that remembers what it is told, on a family's device.
+template <class Base>
+class CalibratingDevice : public Base
+{
+public:
+    bool isDataCalibrationSupported() override { return calibrationSupported; }
+    bool isDataCalibrationEnabled() override { return calibrationOn; }
+    int setDataCalibrationEnabled(bool on) override
+    {
+        calibrationOn = on;
+        ++calibrationWrites;
+        return 0;
+    }
+
+    bool calibrationSupported = true;
+    bool calibrationOn = false;
+    int calibrationWrites = 0;
+};
+
+class AcqStgDevice : public CalibratingDevice<testdev::NullDevMpx2>
 {
 public:
     AcqStgDevice()
@@ -55,15 +74,6 @@ public:
         ++refreshWrites;
         return 0;
     }
-    bool isDataCalibrationSupported() override { return calibrationSupported; }
-    bool isDataCalibrationEnabled() override { return calibrationOn; }
-    int setDataCalibrationEnabled(bool on) override
-    {
-        calibrationOn = on;
-        ++calibrationWrites;
-        return 0;
-    }
-
     sim::SimParam& param(const char* name) { return *params.find(name); }
 
     int kind = ov::DevKindMpx2;
@@ -72,9 +82,6 @@ public:
     bool refreshSupported = true;
     bool refreshOn = false;
     int refreshWrites = 0;
-    bool calibrationSupported = true;
-    bool calibrationOn = false;
-    int calibrationWrites = 0;
     sim::SimParamMgr params;
 };
 
@@ -94,7 +101,7 @@ public:
     }
 };
 
-class Tpx3PulseDevice : public testdev::NullDevTpx3
+class Tpx3PulseDevice : public CalibratingDevice<testdev::NullDevTpx3>
 {
 public:
     int deviceType() override { return ov::DevKindTpx3; }
@@ -107,17 +114,10 @@ public:
         *maxCharge = 50000;
         return 0;
     }
-    bool isDataCalibrationSupported() override { return true; }
-    bool isDataCalibrationEnabled() override { return calibrationOn; }
-    int setDataCalibrationEnabled(bool on) override
-    {
-        calibrationOn = on;
-        return 0;
-    }
-    bool calibrationOn = true;
+    Tpx3PulseDevice() { calibrationOn = true; }
 };
 
-class Tpx2PulseDevice : public testdev::NullDevTpx2
+class Tpx2PulseDevice : public CalibratingDevice<testdev::NullDevTpx2>
 {
 public:
     int deviceType() override { return ov::DevKindTpx2; }

@@ -600,6 +600,7 @@ private slots:
         QCOMPARE(externalText, QString("External"));
         QCOMPARE(digitalText, QString("Digital"));
         QVERIFY(calibrationChecked);
+        QCOMPARE(s.dev.calibrationWrites, 1);
         const Tpx3Pulses& out = s.ctrl->tpParams().tpx3;
         QCOMPARE(int(out.phase), 12);
         QCOMPARE(out.charge, 1u); // clipped to the spin box's minimum
@@ -623,7 +624,11 @@ private slots:
             rowTwoEmpty = !grid->itemAtPosition(2, 0) && !grid->itemAtPosition(2, 1);
             QCOMPARE(controlAt(grid, 5), d->findChild<QCheckBox*>("chbDigital"));
             typeInto(d->findChild<QDoubleSpinBox*>("sbPulseHeight"), "2500.5");
+            QVERIFY(d->form()->chbCalibrateData->isVisible());
+            clickCheckBox(d->form()->chbCalibrateData);
         }));
+        QVERIFY(s.dev.calibrationOn);
+        QCOMPARE(s.dev.calibrationWrites, 1);
         QCOMPARE(labels,
             QStringList({"Pulse count (1 - 200)", "Pulse period (1 - 5e+03) [us]",
                 "Pulse Height (0 - 12345.5)[e]"}));
