@@ -21,7 +21,7 @@ private slots:
         QCOMPARE(p.u16Value(), uint16_t(300));
         QCOMPARE(p.i32Value(), 300);
         QCOMPARE(p.doubleValue(), 300.0);
-        QCOMPARE(p.i8Value(), int8_t(127)); // clipped to the asked type
+        QCOMPARE(p.i8Value(), int8_t(127));           // clipped to the asked type
         QCOMPARE(p.byteValue(), uint8_t(300 & 0xff)); // the byte read keeps the low bits
         QCOMPARE(p.getString(), std::string("300"));
         QVERIFY(p.boolValue());
@@ -107,13 +107,56 @@ private slots:
     {
         SimParam p("Rate", "", ov::ParamU32);
         int heard = 0;
-        p.setCheck([](const SimParam&, const sim::ParamValue& next) { return next.u % 2 ? -1 : 0; })
-            .setChanged([&heard](const SimParam& param) { heard = int(param.u32Value()); });
+        p.setCheck([](const SimParam&, const sim::ParamValue& next) {
+             return next.u % 2 ? -1 : 0;
+         }).setChanged([&heard](const SimParam& param) { heard = int(param.u32Value()); });
         QCOMPARE(p.setU32Value(3), int(sim::ParamErrRefused));
         QCOMPARE(heard, 0);
         QCOMPARE(p.u32Value(), 0u);
         QCOMPARE(p.setU32Value(4), 0);
         QCOMPARE(heard, 4);
+    }
+
+    void refusedWritesAreHeardWithValueAndReason()
+    {
+        struct Heard
+        {
+            std::string name;
+            int code = 0;
+            std::string value;
+            std::string why;
+        };
+        std::vector<Heard> heard;
+        SimParamMgr mgr;
+        // One parameter from before the hook was set, the others from after: all hear it.
+        SimParam& count = mgr.add("Count", "", ov::ParamU32, ov::ParamReadOnly);
+        mgr.setRefused([&heard](const SimParam& p, int code, const std::string& value) {
+            heard.push_back({p.name(), code, value, p.refusalText(code)});
+        });
+        SimParam& timeout = mgr.add("Timeout", "[0..1000]", ov::ParamU16);
+        timeout.setRange(0, 1000);
+        SimParam& edge = mgr.add("Edge", "[rising|falling]", ov::ParamU8);
+        edge.setAliases({{"rising", 0}, {"falling", 1}});
+
+        QCOMPARE(timeout.setU16Value(2000), int(sim::ParamErrRange));
+        QCOMPARE(edge.setAliasValue("sideways"), int(sim::ParamErrNoAlias));
+        QCOMPARE(edge.setStringValue("sideways"), int(sim::ParamErrNoAlias));
+        QCOMPARE(count.setU32Value(5), int(sim::ParamErrReadOnly));
+        QCOMPARE(timeout.setStringValue("soon"), int(sim::ParamErrNotNumber));
+        QCOMPARE(timeout.setU16Value(300), 0); // taken: nothing heard
+        QCOMPARE(int(heard.size()), 5);
+        QCOMPARE(heard[0].name, std::string("Timeout"));
+        QCOMPARE(heard[0].value, std::string("2000"));
+        QCOMPARE(heard[0].why, std::string("outside 0..1000"));
+        QCOMPARE(heard[1].value, std::string("sideways"));
+        QCOMPARE(heard[1].why, std::string("not one of rising|falling"));
+        QCOMPARE(heard[2].code, int(sim::ParamErrNoAlias));
+        QCOMPARE(heard[3].name, std::string("Count"));
+        QCOMPARE(heard[3].why, std::string("the parameter is read-only"));
+        QCOMPARE(heard[4].value, std::string("soon"));
+        QCOMPARE(heard[4].code, int(sim::ParamErrNotNumber));
+        QCOMPARE(timeout.u16Value(), uint16_t(300));
+        QCOMPARE(edge.getAliasValue(), std::string("rising"));
     }
 
     void managerListsInOrderAndFindsByName()
