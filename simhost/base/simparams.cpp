@@ -89,6 +89,63 @@ SimParam& SimParam::setChanged(Changed changed)
     return *this;
 }
 
+SimParam& SimParam::setRefused(Refused refused)
+{
+    m_refused = std::move(refused);
+    return *this;
+}
+
+std::string SimParam::domainText() const
+{
+    if (!m_aliases.empty()) {
+        std::string out;
+        for (const auto& alias : m_aliases)
+            out += (out.empty() ? "" : "|") + alias.first;
+        return out;
+    }
+    if (m_type == ov::ParamString)
+        return "any text";
+    if (m_type == ov::ParamBool)
+        return "true|false";
+    const TypeBounds b = boundsOf(m_type);
+    return numberText(std::max(m_min, b.lo), m_type) + ".."
+        + numberText(std::min(m_max, b.hi), m_type);
+}
+
+std::string SimParam::refusalText(int code) const
+{
+    switch (code) {
+    case ParamErrReadOnly:
+        return "the parameter is read-only";
+    case ParamErrRange:
+        return "outside " + domainText();
+    case ParamErrNotNumber:
+        return "not a value of " + domainText();
+    case ParamErrNoAlias:
+        return "not one of " + domainText();
+    case ParamErrRefused:
+        return "the owner does not take it now";
+    default:
+        return "refused";
+    }
+}
+
+int SimParam::answer(int code, const std::string& value) const
+{
+    if (code < 0 && m_refused)
+        m_refused(*this, code, value);
+    return code;
+}
+
+std::string SimParam::textOf(const ParamValue& value) const
+{
+    if (m_type == ov::ParamString)
+        return value.s;
+    if (m_type == ov::ParamFloat || m_type == ov::ParamDouble)
+        return numberText(value.d, m_type);
+    return isUnsigned() ? std::to_string(value.u) : std::to_string(value.i);
+}
+
 bool SimParam::isUnsigned() const
 {
     return m_type == ov::ParamU8 || m_type == ov::ParamU16 || m_type == ov::ParamU32
@@ -270,12 +327,13 @@ int SimParam::commit(const ParamValue& next)
 
 int SimParam::write(double value)
 {
+    const std::string text = numberText(value, ov::ParamDouble);
     if (m_flags & ov::ParamReadOnly)
-        return ParamErrReadOnly;
+        return answer(ParamErrReadOnly, text);
     ParamValue next;
     if (!convert(value, &next))
-        return ParamErrRange;
-    return commit(next);
+        return answer(ParamErrRange, text);
+    return answer(commit(next), text);
 }
 
 int SimParam::setI64Value(int64_t value)
@@ -284,7 +342,7 @@ int SimParam::setI64Value(int64_t value)
         ParamValue next;
         next.i = value;
         next.u = uint64_t(value);
-        return commit(next);
+        return answer(commit(next), std::to_string(value));
     }
     return write(double(value));
 }
@@ -295,16 +353,16 @@ int SimParam::setU64Value(uint64_t value)
         ParamValue next;
         next.u = value;
         next.i = int64_t(value);
-        return commit(next);
+        return answer(commit(next), std::to_string(value));
     }
     return write(double(value));
 }
 
 int SimParam::setStringValue(const char* value)
 {
-    if (m_flags & ov::ParamReadOnly)
-        return ParamErrReadOnly;
     const std::string text = value ? value : "";
+    if (m_flags & ov::ParamReadOnly)
+        return answer(ParamErrReadOnly, text);
     if (!m_aliases.empty()) {
         for (const auto& alias : m_aliases)
             if (alias.first == text)
@@ -312,8 +370,8 @@ int SimParam::setStringValue(const char* value)
     }
     ParamValue next;
     if (!convertText(text, &next))
-        return ParamErrNotNumber;
-    return commit(next);
+        return answer(m_aliases.empty() ? ParamErrNotNumber : ParamErrNoAlias, text);
+    return answer(commit(next), textOf(next));
 }
 
 int SimParam::stringValue(ov::String& out) const
@@ -345,23 +403,33 @@ int SimParam::aliasValue(ov::String& out) const
 
 int SimParam::setAliasValue(const char* alias)
 {
+    const std::string text = alias ? alias : "";
     if (m_flags & ov::ParamReadOnly)
-        return ParamErrReadOnly;
+        return answer(ParamErrReadOnly, text);
     for (const auto& item : m_aliases)
         if (alias && item.first == alias) {
             ParamValue next;
             next.i = item.second;
             next.u = uint64_t(item.second);
-            return commit(next);
+            return answer(commit(next), text);
         }
-    return ParamErrNoAlias;
+    return answer(ParamErrNoAlias, text);
 }
 
 SimParam& SimParamMgr::add(std::string name, std::string description, int type, unsigned flags)
 {
     m_params.push_back(
         std::make_unique<SimParam>(std::move(name), std::move(description), type, flags));
+    if (m_refused)
+        m_params.back()->setRefused(m_refused);
     return *m_params.back();
+}
+
+void SimParamMgr::setRefused(SimParam::Refused refused)
+{
+    m_refused = std::move(refused);
+    for (const auto& p : m_params)
+        p->setRefused(m_refused);
 }
 
 SimParam* SimParamMgr::find(const std::string& name) const

@@ -9,7 +9,7 @@
 //
 // Threads: values are guarded by a mutex of their own, so a measurement thread may read
 // what the GUI thread writes. The check and the hook run on the writer's thread, outside
-// the lock.
+// the lock. So does the hook that hears of a refused write.
 #pragma once
 
 #include <ovcore.h>
@@ -50,6 +50,9 @@ public:
     // it); a negative result refuses the write with ParamErrRefused.
     using Check = std::function<int(const SimParam& param, const ParamValue& next)>;
     using Changed = std::function<void(const SimParam& param)>;
+    // Runs after a write was refused, with the ParamResult code and the value that was
+    // asked for, as text; the owner tells the user (see refusalText).
+    using Refused = std::function<void(const SimParam& param, int code, const std::string& value)>;
 
     SimParam(std::string name, std::string description, int type, unsigned flags = 0);
 
@@ -60,6 +63,7 @@ public:
     SimParam& setAliases(std::vector<std::pair<std::string, int64_t>> aliases);
     SimParam& setCheck(Check check);
     SimParam& setChanged(Changed changed);
+    SimParam& setRefused(Refused refused);
     // The initial value, or the owner's own change of a read-only value: no flags, no
     // check, no hook. A value outside the type is clipped to it.
     void assign(double value);
@@ -70,6 +74,11 @@ public:
     double asDouble() const;
     bool asBool() const { return asInt() != 0; }
     std::string asText() const;
+    // The values a write may give, for messages: "0..1000", "rising|falling",
+    // "true|false", "any text", or the bounds of the type.
+    std::string domainText() const;
+    // Why a write was refused, for a log line: "outside 0..1000", "read-only", ...
+    std::string refusalText(int code) const;
 
     // ov::IParam
     const char* name() const override { return m_name.c_str(); }
@@ -113,6 +122,9 @@ private:
     bool convertText(const std::string& text, ParamValue* out) const;
     int commit(const ParamValue& next);
     int write(double value);
+    // Gives code back, first telling the refusal hook of a negative one.
+    int answer(int code, const std::string& value) const;
+    std::string textOf(const ParamValue& value) const;
     ParamValue snapshot() const;
 
     const std::string m_name;
@@ -124,6 +136,7 @@ private:
     std::vector<std::pair<std::string, int64_t>> m_aliases;
     Check m_check;
     Changed m_changed;
+    Refused m_refused;
     mutable std::mutex m_mutex;
     ParamValue m_value;
 };
@@ -138,6 +151,8 @@ public:
     // Parameters keep the order in which they were added.
     SimParam& add(std::string name, std::string description, int type, unsigned flags = 0);
     SimParam* find(const std::string& name) const;
+    // The refusal hook of every parameter, those added before and after.
+    void setRefused(SimParam::Refused refused);
 
     // ov::IParamMgr
     int params(ov::PtrList<ov::IParam*>& out) override;
@@ -146,6 +161,7 @@ public:
 
 private:
     std::vector<std::unique_ptr<SimParam>> m_params;
+    SimParam::Refused m_refused;
 };
 
 } // namespace sim

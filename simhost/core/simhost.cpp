@@ -190,7 +190,7 @@ ov::IDev* SimHost::connectDevice(std::shared_ptr<SimDevice> device)
     attachment.id = m_nextId.fetch_add(1);
     attachment.hostLog
         = [this](unsigned level, const QString& text) { logDeviceLine(level, text); };
-    attachment.menu = m_menu->addDevice(attachment.id, device->name());
+    attachment.menu = m_menu->addDevice(attachment.id, device->name(), device->hasTriggerInput());
     const QString key = SettingsRegistry::deviceKey(device->name(), device->serial());
     attachment.configPath = QDir(devicesDir()).filePath(key + QStringLiteral(".cfg"));
     attachment.factoryConfigPath
@@ -299,6 +299,36 @@ uint32_t SimHost::unusedSerial() const
         }
     }
     return serial;
+}
+
+int SimHost::triggerDevice(SimDevice& device, const QString& source)
+{
+    const int answer = device.fireTrigger(source);
+    if (answer == TriggerTaken)
+        log(ov::LogInfo,
+            QStringLiteral("Trigger (%1) to %2: taken by its measurement")
+                .arg(source, device.name()));
+    else if (answer == TriggerMissed)
+        log(ov::LogInfo,
+            QStringLiteral("Trigger (%1) to %2: no measurement was waiting for one (counted, "
+                           "not kept)")
+                .arg(source, device.name()));
+    return answer;
+}
+
+int SimHost::triggerAll(const QString& source)
+{
+    int inputs = 0;
+    for (const auto& device : deviceList()) {
+        if (!device->hasTriggerInput())
+            continue;
+        ++inputs;
+        triggerDevice(*device, source);
+    }
+    if (inputs == 0)
+        log(ov::LogInfo,
+            QStringLiteral("Trigger (%1): no connected device has a trigger input").arg(source));
+    return inputs;
 }
 
 void SimHost::log(unsigned level, const QString& text)

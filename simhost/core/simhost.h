@@ -91,6 +91,13 @@ public:
     // A serial number no connected device has.
     uint32_t unusedSerial() const;
 
+    // Hardware triggers from the host's side (menu, script): a trigger pulse to one
+    // device, or to every connected device that has a trigger input. Each device
+    // answers a TriggerAnswer, and the host log says what became of the trigger.
+    // triggerAll gives how many devices have an input.
+    int triggerDevice(SimDevice& device, const QString& source);
+    int triggerAll(const QString& source);
+
     // Log: the host's own lines go to the registered callbacks in order, to the echo
     // and to the history.
     void log(unsigned level, const QString& text);

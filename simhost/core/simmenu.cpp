@@ -29,6 +29,8 @@ SimMenu::SimMenu(SimHost& host)
     m_warn = addSubMenu(simulation, "Raise warning");
     m_error = addSubMenu(simulation, "Raise error");
     m_clear = addSubMenu(simulation, "Clear status");
+    addAction(simulation, QStringLiteral("Fire trigger"),
+        [this]() { m_host.triggerAll(QStringLiteral("menu")); });
 }
 
 SimMenu::~SimMenu() = default;
@@ -66,7 +68,7 @@ MenuItem::Action SimMenu::onDevice(uint64_t id, std::function<void(SimDevice&)> 
     };
 }
 
-const MenuItem* SimMenu::addDevice(uint64_t id, const QString& name)
+const MenuItem* SimMenu::addDevice(uint64_t id, const QString& name, bool triggerInput)
 {
     std::vector<std::pair<MenuItem*, const MenuItem*>> placed;
     auto place = [&](MenuItem* parent, MenuItem::Action run) {
@@ -91,6 +93,10 @@ const MenuItem* SimMenu::addDevice(uint64_t id, const QString& name)
         onDevice(id, [](SimDevice& d) { d.requestAbort(); }));
     addAction(deviceRoot, QStringLiteral("Clear status"),
         onDevice(id, [](SimDevice& d) { d.setStatus(StatusReady, QStringLiteral("Ready")); }));
+    if (triggerInput)
+        addAction(deviceRoot, QStringLiteral("Fire trigger"), onDevice(id, [this](SimDevice& d) {
+            m_host.triggerDevice(d, QStringLiteral("menu"));
+        }));
 
     std::lock_guard<std::mutex> lock(m_itemsMutex);
     m_deviceItems[id] = std::move(placed);

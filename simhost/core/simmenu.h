@@ -11,6 +11,10 @@
 //       Raise warning       > one item per connected device (status 1)
 //       Raise error         > one item per connected device (status 2)
 //       Clear status        > one item per connected device (status 0)
+//       Fire trigger          a trigger pulse to every device with a trigger input
+//
+// A device's own menu: Reconnect, Abort operation, Clear status, and Fire trigger for a
+// device with a trigger input.
 //
 // Items are never deleted while the tree lives: the items of a removed device are taken
 // out of their sub-menus but kept, so a plug-in that still holds one can execute it
@@ -52,7 +56,7 @@ public:
     const MenuItem* find(const QStringList& path) const;
 
     // Adds the items of a device and returns its device menu (owned by this tree).
-    const MenuItem* addDevice(uint64_t id, const QString& name);
+    const MenuItem* addDevice(uint64_t id, const QString& name, bool triggerInput = false);
     void removeDevice(uint64_t id);
 
     int registerChanged(ov::EventCallback cb, void* user) { return m_changed.add(cb, user); }

@@ -1,6 +1,7 @@
 #include "acqrecordreader.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
 namespace sim {
@@ -110,6 +111,79 @@ uint32_t liveRepeatCount(const void* repeatRecord)
     const auto* field = reinterpret_cast<const uint32_t*>(
         static_cast<const unsigned char*>(repeatRecord) + repoff::Count);
     return __atomic_load_n(field, __ATOMIC_RELAXED);
+}
+
+namespace {
+
+std::string number(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", value);
+    return text;
+}
+
+std::string hex(uint32_t value)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", value);
+    return text;
+}
+
+} // namespace
+
+std::string describeRequest(const AcqRequest& r)
+{
+    const AcqRecord& a = r.acq;
+    std::string out = "Measurement: " + std::to_string(a.count)
+        + (a.count == 1 ? " frame" : " frames") + " of " + number(a.time) + " s";
+    if (a.integral)
+        out += ", integral";
+    std::string modes;
+    static const struct
+    {
+        uint32_t bit;
+        const char* text;
+    } bits[]
+        = {{AcqModeTriggerStart, "started by trigger"}, {AcqModeTriggerStop, "stopped by trigger"},
+            {AcqModeCompression, "data compression"}, {AcqModeTdi, "TDI readout"}};
+    uint32_t rest = a.mode;
+    for (const auto& b : bits) {
+        if (a.mode & b.bit) {
+            modes += (modes.empty() ? "" : ", ") + std::string(b.text);
+            rest &= ~b.bit;
+        }
+    }
+    if (rest)
+        modes += (modes.empty() ? "other bits " : ", other bits ") + hex(rest);
+    out += "; mode " + hex(a.mode) + (modes.empty() ? " (no trigger)" : " (" + modes + ")");
+    if (a.testPulses && r.testPulses) {
+        const TestPulseRecord& tp = *r.testPulses;
+        out += "; test pulses: " + std::to_string(tp.count) + " of " + number(tp.height)
+            + " V every " + number(tp.period) + " s, spacing " + std::to_string(a.spacing);
+        if (tp.manualBits)
+            out += ", manual test bits";
+    } else {
+        out += "; no test pulses";
+    }
+    if (r.repeat) {
+        const RepeatRecord& rep = *r.repeat;
+        out += rep.count == kEndlessRepeats
+            ? "; endless series"
+            : "; series of " + std::to_string(rep.count) + " rounds";
+        out += ", " + number(rep.delay) + " s apart";
+    } else {
+        out += "; one round";
+    }
+    if (a.refreshDacs)
+        out += "; DACs refreshed first";
+    if (a.refreshPixCfg)
+        out += "; pixel configuration refreshed first";
+    if (a.outputFile.empty())
+        out += "; no output file";
+    else
+        out += "; output " + a.outputFile + " (type " + std::to_string(a.fileType) + ", flags "
+            + hex(a.fileFlags) + ")";
+    return out;
 }
 
 } // namespace sim

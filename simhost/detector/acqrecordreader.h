@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace sim {
@@ -21,18 +22,19 @@ namespace sim {
 // Result codes of doAdvancedAcquisition.
 enum AcqResult : int {
     AcqOk = 0,
-    AcqErrNoRecord = -1001,      // the measurement record is null
-    AcqErrBadCount = -1002,      // frame count 0
-    AcqErrBadTime = -1003,       // time negative, not finite or above the longest
-    AcqErrBadFlag = -1004,       // a 0/1 field holds something else, or bad spacing
-    AcqErrBadTestPulses = -1005, // test pulses without block, or the block out of limits
-    AcqErrBadRepeat = -1006,     // repeat delay negative or not finite
-    AcqErrAborted = -1007,       // abortOperation
-    AcqErrNoOutputName = -1008,  // the output-file pointer is null
-    AcqErrLocked = -1009,        // the device is locked
-    AcqErrBusy = -1010,          // a measurement is already running on the device
-    AcqErrUnsupported = -1011,   // mode flags ask for something the device cannot do
-    AcqErrOutputFile = -1012,    // output files were asked for and could not be written
+    AcqErrNoRecord = -1001,       // the measurement record is null
+    AcqErrBadCount = -1002,       // frame count 0
+    AcqErrBadTime = -1003,        // time negative, not finite or above the longest
+    AcqErrBadFlag = -1004,        // a 0/1 field holds something else, or bad spacing
+    AcqErrBadTestPulses = -1005,  // test pulses without block, or the block out of limits
+    AcqErrBadRepeat = -1006,      // repeat delay negative or not finite
+    AcqErrAborted = -1007,        // abortOperation
+    AcqErrNoOutputName = -1008,   // the output-file pointer is null
+    AcqErrLocked = -1009,         // the device is locked
+    AcqErrBusy = -1010,           // a measurement is already running on the device
+    AcqErrUnsupported = -1011,    // mode flags ask for something the device cannot do
+    AcqErrOutputFile = -1012,     // output files were asked for and could not be written
+    AcqErrTriggerTimeout = -1013, // no hardware trigger came within the trigger timeout
 };
 
 // Byte offsets of the records (see above).
@@ -80,6 +82,27 @@ struct TestPulseRecord
     double height = 0.0;
     uint8_t manualBits = 0;
 };
+
+// What a device was asked to measure: the records as it received them. The repeat and
+// test-pulse records are there when their pointers were given (and could be read).
+struct AcqRequest
+{
+    AcqRecord acq;
+    std::optional<RepeatRecord> repeat;
+    std::optional<TestPulseRecord> testPulses;
+};
+
+// Bits of the mode word of the measurement record.
+enum AcqModeBit : uint32_t {
+    AcqModeTriggerStart = 1u << 0, // each frame's shutter opens at a hardware trigger
+    AcqModeTriggerStop = 1u << 1,  // each frame's shutter closes at a hardware trigger
+    AcqModeCompression = 1u << 4,  // data compression of the readout
+    AcqModeTdi = 1u << 5,          // time delayed integration readout
+};
+
+// One line for the log that says what was asked for: frames, time, kind, mode (with
+// the trigger), test pulses, series and output file.
+std::string describeRequest(const AcqRequest& request);
 
 // Little-endian reads at a byte offset.
 uint32_t readU32(const void* base, int offset);

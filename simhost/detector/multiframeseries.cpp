@@ -32,6 +32,7 @@ struct Series
 {
     FrameFileWriter writer;
     unsigned flags = 0;
+    FrameFileOptions options;
     uint64_t origin = 0;
     uint64_t serial = 0;
     // What the two files measured after our last write; a difference means someone
@@ -49,30 +50,33 @@ std::map<std::string, Series> openSeries;
 std::mutex originMutex;
 std::map<std::string, uint64_t> fileOrigins;
 
-bool continues(const Series& s, const SimFrame& frame, const std::string& path, unsigned flags)
+bool continues(const Series& s, const SimFrame& frame, const std::string& path, unsigned flags,
+    const FrameFileOptions& options)
 {
     return s.writer.isOpen() && frame.origin() != 0 && s.origin == frame.origin()
-        && frame.serial() > s.serial && s.flags == flags && sizeOf(path) == s.dataSize
-        && sizeOf(descriptionPathOf(path)) == s.descriptionSize;
+        && frame.serial() > s.serial && s.flags == flags
+        && s.options.compression == options.compression && s.options.level == options.level
+        && sizeOf(path) == s.dataSize && sizeOf(descriptionPathOf(path)) == s.descriptionSize;
 }
 
 } // namespace
 
 int saveToMultiFrameSeries(const SimFrame& frame, const std::vector<FrameView>& views,
-    const std::string& path, unsigned flags, std::string* error)
+    const std::string& path, unsigned flags, const FrameFileOptions& options, std::string* error)
 {
     if (!canWriteFrames(path, FileTypeMultiFrame, flags, views, error))
         return -1;
     const std::string key = keyOf(path);
     std::lock_guard<std::mutex> lock(seriesMutex);
     auto found = openSeries.find(key);
-    if (found == openSeries.end() || !continues(found->second, frame, path, flags)) {
+    if (found == openSeries.end() || !continues(found->second, frame, path, flags, options)) {
         if (found == openSeries.end() && openSeries.size() >= kMaxOpenSeries)
             openSeries.erase(openSeries.begin());
         Series fresh;
         fresh.flags = flags;
+        fresh.options = options;
         fresh.origin = frame.origin();
-        if (fresh.writer.create(path, FileTypeMultiFrame, flags, error) != 0) {
+        if (fresh.writer.create(path, FileTypeMultiFrame, flags, error, options) != 0) {
             openSeries.erase(key);
             return -1;
         }

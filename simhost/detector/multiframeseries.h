@@ -19,9 +19,10 @@ namespace sim {
 class SimFrame;
 
 // Writes views (the frame, and its sub-frames when the flags ask for them) to path,
-// appending or starting anew as described above. 0, or -1 with *error set.
+// appending or starting anew as described above (a change of the options starts anew
+// as well). 0, or -1 with *error set.
 int saveToMultiFrameSeries(const SimFrame& frame, const std::vector<FrameView>& views,
-    const std::string& path, unsigned flags, std::string* error);
+    const std::string& path, unsigned flags, const FrameFileOptions& options, std::string* error);
 
 // The file at path was written whole by other means: the next frame starts it anew.
 void endMultiFrameSeries(const std::string& path);

@@ -60,6 +60,7 @@ OutputWriter::OutputWriter(const AcqRecord& acq, const RepeatRecord* repeat, Log
                     .arg(m_type));
         return;
     }
+    m_options = fileOptionsOf(m_type);
     HostOutputFileTypes types;
     m_plan = getOutputNamePlan(p, &types);
     m_active = true;
@@ -88,7 +89,7 @@ void OutputWriter::write(int round, int acqIndex, const SimFrame& frame)
     std::string error;
     if (m_type == FileTypeMultiFrame) {
         if (!m_current.isOpen() || m_current.path() != name) {
-            if (m_current.create(name, m_type, m_flags, &error) != 0) {
+            if (m_current.create(name, m_type, m_flags, &error, m_options) != 0) {
                 failed(error);
                 return;
             }
@@ -97,7 +98,7 @@ void OutputWriter::write(int round, int acqIndex, const SimFrame& frame)
             failed(error);
             return;
         }
-    } else if (writeFrameFile(name, m_type, m_flags, {view}, &error) != 0) {
+    } else if (writeFrameFile(name, m_type, m_flags, {view}, &error, m_options) != 0) {
         failed(error);
         return;
     }

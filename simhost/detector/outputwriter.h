@@ -3,7 +3,8 @@
 // plug-in uses to show the first name beforehand).
 //
 // - The file type is the measurement record's, or the one of the output name's
-//   extension when that is 1; the file flags are the record's.
+//   extension when that is 1; the file flags are the record's; the type's parameters
+//   (compression) are taken when the measurement starts and hold for all its files.
 // - A multi-frame file takes all frames of a round. With the repeat flag "same file"
 //   all rounds go to one file, which the first round starts and the others extend.
 // - Single-frame files are written one per frame (the name carries the frame index
@@ -50,6 +51,7 @@ private:
     bool m_active = false;
     int m_type = 0;
     unsigned m_flags = 0;
+    FrameFileOptions m_options;
     OutputNamePlan m_plan;
     FrameFileWriter m_current; // the multi-frame file being filled
     int m_frames = 0;

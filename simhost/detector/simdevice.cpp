@@ -116,6 +116,11 @@ int SimDevice::requestAbort()
     return 0;
 }
 
+int SimDevice::fireTrigger(const QString&)
+{
+    return TriggerNoInput;
+}
+
 int SimDevice::reopen()
 {
     m_reconnects.fetch_add(1);

@@ -27,6 +27,14 @@ enum DeviceStatus : int {
     StatusError = 2,
 };
 
+// What became of a trigger sent to a device's hardware trigger input.
+enum TriggerAnswer : int {
+    TriggerNoInput = -1, // the device has no trigger input
+    TriggerNoEdge = 0,   // a level change of the input that is not the trigger edge
+    TriggerMissed = 1,   // counted, but no measurement waited for it (it is not kept)
+    TriggerTaken = 2,    // a waiting measurement took it
+};
+
 class SimDevice
 {
 public:
@@ -94,6 +102,15 @@ public:
     // log may already be gone).
     void raiseAbortFlag() { m_abort.store(true); }
     void clearAbort() { m_abort.store(false); }
+
+    // The hardware trigger input of detectors that have one. fireTrigger sends one
+    // trigger pulse from the host side (any thread); source says where it came from
+    // ("host", "menu", "script"). Devices without an input answer TriggerNoInput.
+    virtual bool hasTriggerInput() const { return false; }
+    virtual int fireTrigger(const QString& source);
+    int fireTrigger() { return fireTrigger(QStringLiteral("host")); }
+    // True while a measurement of the device waits for a trigger.
+    virtual bool waitingForTrigger() const { return false; }
 
     // Re-opens the device: clears the status to ready and the abort flag.
     virtual int reopen();

@@ -37,6 +37,48 @@ FrameView viewOf(const SimFrame& frame)
 
 } // namespace
 
+SimFileType::SimFileType(
+    int code, const char* description, const char* extension, bool multi, bool compressible)
+    : m_code(code), m_description(description), m_extension(extension), m_multi(multi)
+{
+    if (!compressible)
+        return;
+    m_params = std::make_unique<SimParamMgr>();
+    m_params->setRefused([this](const SimParam& p, int result, const std::string& value) {
+        logFileLine(ov::LogWarning,
+            QStringLiteral("File type %1, parameter %2: %3 refused: %4")
+                .arg(QLatin1String(m_description), QString::fromUtf8(p.name()), qs(value),
+                    qs(p.refusalText(result))));
+    });
+    m_compression = &m_params->add("Compression",
+        "Compression of binary frame data: none, or each frame zlib-compressed; text forms "
+        "are not compressed [none|zlib]",
+        ov::ParamU8);
+    m_compression->setAliases({{"none", CompressNone}, {"zlib", CompressZlib}});
+    m_level = &m_params->add(
+        "CompressionLevel", "zlib level: 1 fastest to 9 smallest [1..9]", ov::ParamU8);
+    m_level->setRange(1, 9);
+    resetParams();
+}
+
+void SimFileType::resetParams()
+{
+    if (!m_params)
+        return;
+    m_compression->assign(CompressNone);
+    m_level->assign(6);
+}
+
+FrameFileOptions SimFileType::writeOptions() const
+{
+    FrameFileOptions options;
+    if (m_params) {
+        options.compression = int(m_compression->asInt());
+        options.level = int(m_level->asInt());
+    }
+    return options;
+}
+
 bool SimFileType::canSaveFrames(int flag) const
 {
     return flag == ov::DataFrames || flag == ov::DataFrameSet;
@@ -44,10 +86,10 @@ bool SimFileType::canSaveFrames(int flag) const
 
 const std::vector<SimFileType*>& hostFileTypes()
 {
-    static SimFileType multi(FileTypeMultiFrame, "Multi-frame file", "mfd", true);
-    static SimFileType text(FileTypeTextFrame, "Text matrix frame", "txt", false);
-    static SimFileType binary(FileTypeBinaryFrame, "Binary frame", "bin", false);
-    static SimFileType picture(FileTypePicture, "Picture", "png", false);
+    static SimFileType multi(FileTypeMultiFrame, "Multi-frame file", "mfd", true, true);
+    static SimFileType text(FileTypeTextFrame, "Text matrix frame", "txt", false, false);
+    static SimFileType binary(FileTypeBinaryFrame, "Binary frame", "bin", false, true);
+    static SimFileType picture(FileTypePicture, "Picture", "png", false, false);
     static const std::vector<SimFileType*> types {&multi, &text, &binary, &picture};
     return types;
 }
@@ -63,6 +105,12 @@ SimFileType* hostFileTypeById(int code)
 SimFileType* hostFileTypeForPath(const std::string& path)
 {
     return hostFileTypeById(fileTypeFromPath(path));
+}
+
+FrameFileOptions fileOptionsOf(int code)
+{
+    const SimFileType* type = hostFileTypeById(code);
+    return type ? type->writeOptions() : FrameFileOptions {};
 }
 
 int HostOutputFileTypes::multiFrameByName(const std::string& path) const
@@ -98,7 +146,7 @@ void clearFileLog(const void* owner)
     g_log = nullptr;
 }
 
-void logFileError(const QString& text)
+void logFileLine(unsigned level, const QString& text)
 {
     LogFn fn;
     {
@@ -106,7 +154,12 @@ void logFileError(const QString& text)
         fn = g_log;
     }
     if (fn)
-        fn(ov::LogError, text);
+        fn(level, text);
+}
+
+void logFileError(const QString& text)
+{
+    logFileLine(ov::LogError, text);
 }
 
 int saveFramesToFile(
@@ -137,6 +190,7 @@ int saveFramesToFile(
         return -1;
     }
     std::string error;
+    const FrameFileOptions options = fileOptionsOf(code);
     if (code == FileTypeMultiFrame) {
         std::vector<FrameView> views;
         for (const SimFrame* frame : frames) {
@@ -147,8 +201,8 @@ int saveFramesToFile(
         }
         // One frame at a time may be one step of a loop over a measurement.
         const int rc = frames.size() == 1
-            ? saveToMultiFrameSeries(*frames.front(), views, path, flags, &error)
-            : writeFrameFile(path, code, flags, views, &error);
+            ? saveToMultiFrameSeries(*frames.front(), views, path, flags, options, &error)
+            : writeFrameFile(path, code, flags, views, &error, options);
         if (frames.size() != 1)
             endMultiFrameSeries(path);
         if (rc != 0) {
@@ -160,7 +214,7 @@ int saveFramesToFile(
     // A single-frame type: one file per frame, numbered when there are several.
     for (size_t i = 0; i < frames.size(); ++i) {
         const std::string name = frameFileName(path, int(i), int(frames.size()));
-        if (writeFrameFile(name, code, flags, {viewOf(*frames[i])}, &error) != 0) {
+        if (writeFrameFile(name, code, flags, {viewOf(*frames[i])}, &error, options) != 0) {
             logFileError(QStringLiteral("Saving frames: %1").arg(qs(error)));
             return -1;
         }

@@ -10,13 +10,24 @@
 // | 10   | Picture            | png       | drawn by the user interface, not by the host |
 //
 // The formats are in framefile.h and docs/file-formats.md.
+//
+// Parameters (params()): the binary frame (3) and the multi-frame file (4) have
+// "Compression" (none|zlib; zlib compresses each frame of a binary form) and
+// "CompressionLevel" (1..9). The types are the host's, one object each for the whole
+// process, so their parameters are shared by every writer of the type: measurements,
+// saves of frames and data objects, and scripts. A writer takes them when it starts a
+// file, and a file keeps them until it is finished. Text forms are never compressed.
+// The other types have no parameters (null).
 #pragma once
 
+#include "framefile.h"
 #include "hostlog.h"
+#include "simparams.h"
 
 #include <outputfilename.h>
 #include <ovcore.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,9 +39,9 @@ struct FrameData;
 class SimFileType final : public ov::IFileType
 {
 public:
-    SimFileType(int code, const char* description, const char* extension, bool multi)
-        : m_code(code), m_description(description), m_extension(extension), m_multi(multi)
-    { }
+    // compressible: the type writes binary frames and has the compression parameters.
+    SimFileType(
+        int code, const char* description, const char* extension, bool multi, bool compressible);
 
     // True for frames (flag 1) and frame sets (data kind 3); pixel lists (kind 2) are
     // not frames.
@@ -39,14 +50,21 @@ public:
     int typeCode() const override { return m_code; }
     const char* description() const override { return m_description; }
     const char* extension() const override { return m_extension; }
-    // The host's file types have no parameters.
-    ov::IParamMgr* params() override { return nullptr; }
+    ov::IParamMgr* params() override { return m_params.get(); }
+    SimParamMgr* paramMgr() const { return m_params.get(); }
+    // What the parameters ask of a write now.
+    FrameFileOptions writeOptions() const;
+    // Back to the defaults: no compression, level 6.
+    void resetParams();
 
 private:
     const int m_code;
     const char* const m_description;
     const char* const m_extension;
     const bool m_multi;
+    std::unique_ptr<SimParamMgr> m_params;
+    SimParam* m_compression = nullptr;
+    SimParam* m_level = nullptr;
 };
 
 // Every file type of the host, in the order the save dialog offers them. The objects
@@ -56,6 +74,8 @@ SimFileType* hostFileTypeById(int code);
 // The type of a file name by its extension (a description "x.txt.dsc" counts as its
 // data file "x.txt"); null when no type has that extension.
 SimFileType* hostFileTypeForPath(const std::string& path);
+// The write options of the type of a code (the defaults for a code without type).
+FrameFileOptions fileOptionsOf(int code);
 
 // The host's answers to the output-naming rules.
 class HostOutputFileTypes final : public OutputFileTypes
@@ -72,6 +92,7 @@ public:
 void setFileLog(const void* owner, LogFn fn);
 void clearFileLog(const void* owner);
 void logFileError(const QString& text);
+void logFileLine(unsigned level, const QString& text);
 
 // Writes frames to a file of a type: a multi-frame type takes them all, a single-frame
 // type one (several frames go to "<stem>_<index><ext>" files). With the flag

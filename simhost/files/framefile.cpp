@@ -1,6 +1,7 @@
 #include "framefile.h"
 
 #include "wholefile.h"
+#include "zlibblock.h"
 
 #include <algorithm>
 #include <cctype>
@@ -320,7 +321,7 @@ bool loadDescription(
 
 // ---------------------------------------------------------------------------------
 
-bool fileFormOf(int typeCode, unsigned flags, FileForm* out)
+bool fileFormOf(int typeCode, unsigned flags, FileForm* out, const FrameFileOptions& options)
 {
     FileForm form;
     form.description = !(flags & FileFlagNoDescription);
@@ -337,9 +338,22 @@ bool fileFormOf(int typeCode, unsigned flags, FileForm* out)
     default:
         return false;
     }
+    if (form.binary && options.compression == CompressZlib)
+        form.compression = CompressZlib;
     if (out)
         *out = form;
     return true;
+}
+
+const char* compressionName(int compression)
+{
+    return compression == CompressZlib ? "zlib" : "none";
+}
+
+uint64_t plainFrameBytes(const FrameEntry& e, const FileForm& form)
+{
+    const uint64_t pb = pixelBytes(e.dataType);
+    return form.sparse ? e.entries * (4 + pb) : uint64_t(e.width) * e.height * pb;
 }
 
 const char* formName(const FileForm& form)
@@ -368,8 +382,13 @@ std::string descriptionHeader(int fileType, const FileForm& form, const std::str
 {
     std::string out = "# Orvel frame description: the frames of the data file named below\n";
     out += kTypeComment;
-    out += "[File]\nFormat=1\nData=" + dataFile + "\nFileType=" + std::to_string(fileType)
-        + "\nForm=" + formName(form) + "\n";
+    // Readers of format 1 know no compression; a compressed file is format 2, so that
+    // they refuse it instead of reading the blocks as pixels.
+    const bool compressed = form.compression != CompressNone;
+    out += "[File]\nFormat=" + std::string(compressed ? "2" : "1") + "\nData=" + dataFile
+        + "\nFileType=" + std::to_string(fileType) + "\nForm=" + formName(form) + "\n";
+    if (compressed)
+        out += "Compression=" + std::string(compressionName(form.compression)) + "\n";
     return out;
 }
 
@@ -405,6 +424,7 @@ int parseDescription(
         KAllFile = 448,
     };
     Description d;
+    int compression = CompressNone;
     int section = 0; // 0 none yet, 1 [File], 2 a frame
     unsigned fileKeys = 0;
     unsigned frameKeys = 0;
@@ -432,7 +452,13 @@ int parseDescription(
             return fail(error,
                 at + ": " + std::to_string(e.entries) + " pairs for only " + std::to_string(pixels)
                     + " pixels");
-        if (d.form.binary) {
+        if (d.form.binary && compression != CompressNone) {
+            // A compressed frame: its length prefix at least.
+            if (e.bytes < 4)
+                return fail(error,
+                    at + ": a compressed frame takes at least 4 bytes, not "
+                        + std::to_string(e.bytes));
+        } else if (d.form.binary) {
             const uint64_t expected = d.form.sparse ? e.entries * (4 + pb) : pixels * pb;
             if (e.bytes != expected)
                 return fail(error,
@@ -479,6 +505,10 @@ int parseDescription(
                 if (section == 1 && (fileKeys & KAllFile) != KAllFile)
                     return fail(
                         error, -1, where(lineNo) + "[File] lacks one of Format, FileType, Form");
+                if (section == 1 && compression != CompressNone && !d.form.binary)
+                    return fail(error, -1,
+                        where(lineNo) + "only binary forms are compressed, not a "
+                            + formName(d.form));
                 unsigned number = 0;
                 if (!parseNumber(trimmed(name.substr(6)), &number) || number != d.frames.size())
                     return fail(error, -1,
@@ -509,7 +539,7 @@ int parseDescription(
         if (section == 1) {
             if (key == "Format") {
                 unsigned v = 0;
-                if (!parseNumber(value, &v) || v != 1)
+                if (!parseNumber(value, &v) || (v != 1 && v != 2))
                     return fail(error, -1,
                         where(lineNo) + "format " + value.substr(0, 40) + " is not known here");
                 fileKeys |= KFormat;
@@ -523,16 +553,23 @@ int parseDescription(
                 fileKeys |= KFileType;
             } else if (key == "Form") {
                 if (value == "text matrix")
-                    d.form = FileForm {false, false, true};
+                    d.form = FileForm {false, false, true, CompressNone};
                 else if (value == "text sparse")
-                    d.form = FileForm {false, true, true};
+                    d.form = FileForm {false, true, true, CompressNone};
                 else if (value == "binary matrix")
-                    d.form = FileForm {true, false, true};
+                    d.form = FileForm {true, false, true, CompressNone};
                 else if (value == "binary sparse")
-                    d.form = FileForm {true, true, true};
+                    d.form = FileForm {true, true, true, CompressNone};
                 else
                     return bad();
                 fileKeys |= KForm;
+            } else if (key == "Compression") {
+                if (value == "none")
+                    compression = CompressNone;
+                else if (value == "zlib")
+                    compression = CompressZlib;
+                else
+                    return bad();
             } else if (key == "Data") {
                 d.dataFile = value;
             }
@@ -575,8 +612,12 @@ int parseDescription(
         return fail(error, -1, origin + ": not a frame description (no [File] section)");
     if ((fileKeys & KAllFile) != KAllFile)
         return fail(error, -1, origin + ": [File] lacks one of Format, FileType, Form");
+    if (compression != CompressNone && !d.form.binary)
+        return fail(
+            error, -1, origin + ": only binary forms are compressed, not a " + formName(d.form));
     if (!finishFrame())
         return -1;
+    d.form.compression = compression;
     if (d.fileType == FileTypeTextFrame && (d.form.binary || d.form.sparse))
         return fail(error, -1, origin + ": a text frame file must be a text matrix");
     if (d.fileType == FileTypeBinaryFrame && (!d.form.binary || d.form.sparse))
@@ -589,7 +630,7 @@ int parseDescription(
 }
 
 bool encodeFrame(const FrameView& frame, const FileForm& form, std::string* out, uint64_t* entries,
-    std::string* error)
+    std::string* error, int level)
 {
     if (!isFrameType(frame.dataType))
         return fail(error, "unknown pixel type " + std::to_string(frame.dataType));
@@ -608,6 +649,8 @@ bool encodeFrame(const FrameView& frame, const FileForm& form, std::string* out,
         else
             encodeText(px, frame.width, frame.height, form.sparse, out, entries);
     });
+    if (form.binary && form.compression == CompressZlib)
+        *out = compressBlock(*out, level);
     return true;
 }
 
@@ -624,6 +667,13 @@ int decodeFrame(const FrameEntry& entry, const FileForm& form, const char* data,
         return fail(error, -1,
             "the frame should take " + std::to_string(entry.bytes) + " bytes, found "
                 + std::to_string(size));
+    std::string plain;
+    if (form.binary && form.compression == CompressZlib) {
+        if (!uncompressBlock(data, size, size_t(plainFrameBytes(entry, form)), &plain, &what))
+            return fail(error, -1, what);
+        data = plain.data();
+        size = plain.size();
+    }
     if (form.sparse && entry.entries > pixels)
         return fail(error, -1, "more pairs than pixels");
     std::vector<unsigned char> buffer(size_t(pixels) * pixelBytes(entry.dataType), 0);
@@ -817,15 +867,16 @@ int fileTypeFromPath(const std::string& path)
 // ---------------------------------------------------------------------------------
 // Writing
 
-int FrameFileWriter::create(
-    const std::string& path, int fileType, unsigned flags, std::string* error)
+int FrameFileWriter::create(const std::string& path, int fileType, unsigned flags,
+    std::string* error, const FrameFileOptions& options)
 {
     m_open = false;
     m_count = 0;
     m_offset = 0;
+    m_level = options.level;
     if (path.empty())
         return fail(error, -1, "no file name");
-    if (!fileFormOf(fileType, flags, &m_form))
+    if (!fileFormOf(fileType, flags, &m_form, options))
         return fail(
             error, -1, path + ": the host writes no files of type " + std::to_string(fileType));
     if (isDescriptionName(path))
@@ -873,7 +924,7 @@ int FrameFileWriter::append(const FrameView& frame, std::string* error)
     std::string bytes;
     uint64_t entries = 0;
     std::string what;
-    if (!encodeFrame(frame, m_form, &bytes, &entries, &what))
+    if (!encodeFrame(frame, m_form, &bytes, &entries, &what, m_level))
         return fail(error, -1, m_path + ": " + what);
     // An empty line after each frame of a text multi-frame file keeps the frames apart
     // for readers that have no description.
@@ -922,7 +973,7 @@ bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
 }
 
 int writeFrameFile(const std::string& path, int fileType, unsigned flags,
-    const std::vector<FrameView>& frames, std::string* error)
+    const std::vector<FrameView>& frames, std::string* error, const FrameFileOptions& options)
 {
     if (fileType != FileTypeMultiFrame && frames.size() != 1)
         return fail(error, -1, path + ": a single-frame file takes exactly one frame");
@@ -930,7 +981,7 @@ int writeFrameFile(const std::string& path, int fileType, unsigned flags,
     if (!canWriteFrames(path, fileType, flags, frames, error))
         return -1;
     FrameFileWriter writer;
-    if (writer.create(path, fileType, flags, error) != 0)
+    if (writer.create(path, fileType, flags, error, options) != 0)
         return -1;
     for (const FrameView& f : frames)
         if (writer.append(f, error) != 0)

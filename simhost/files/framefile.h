@@ -6,7 +6,11 @@
 // acquisition time, name) and where it lies in the data file. The formats are
 // documented for users in docs/file-formats.md.
 //
-// Plain C++17 without Qt, so that the readers can be fuzzed on their own. Nothing
+// The binary forms may be compressed (each frame a zlib block, zlibblock.h; the file
+// type's parameter "Compression" asks for it); the description says so.
+//
+// Plain C++17 without Qt types (zlibblock.h hides QtCore's zlib), so that the readers
+// can be fuzzed on their own. Nothing
 // throws for a damaged file: every function gives 0 or a count on success and -1 with
 // a message naming the file (and the line of a description) on failure, and a
 // failed read leaves no frame behind.
@@ -40,16 +44,37 @@ enum FrameFileFlag : unsigned {
 constexpr uint64_t kMaxFramePixels = uint64_t(1) << 24;
 constexpr unsigned kMaxFrameSide = 1u << 16;
 
+struct FrameEntry;
+
+// How the frames of a binary form are stored.
+enum FrameCompression : int {
+    CompressNone = 0,
+    CompressZlib = 1, // each frame one zlib block (zlibblock.h)
+};
+
 struct FileForm
 {
     bool binary = false;
     bool sparse = false;
     bool description = true;
+    int compression = CompressNone; // binary forms only
 };
 
-// The form a type writes with these flags; false for a type the host cannot write.
-bool fileFormOf(int typeCode, unsigned flags, FileForm* out);
-const char* formName(const FileForm& form); // "text matrix", "binary sparse", ...
+// What a write takes from elsewhere than the flags: the file type's parameters.
+// Compression acts on binary forms only; text stays text.
+struct FrameFileOptions
+{
+    int compression = CompressNone;
+    int level = 6; // zlib level, 1 to 9
+};
+
+// The form a type writes with these flags (and options); false for a type the host
+// cannot write.
+bool fileFormOf(int typeCode, unsigned flags, FileForm* out, const FrameFileOptions& options = {});
+const char* formName(const FileForm& form);   // "text matrix", "binary sparse", ...
+const char* compressionName(int compression); // "none", "zlib"
+// The plain bytes of a frame of an entry in a form (before compression).
+uint64_t plainFrameBytes(const FrameEntry& entry, const FileForm& form);
 
 // Bytes of one pixel of a frame type (2, 5, 7, 9); 0 for others.
 size_t pixelBytes(int dataType);
@@ -85,7 +110,7 @@ struct FrameEntry
     unsigned height = 0;
     double acqTime = 0.0;
     uint64_t offset = 0;  // first byte of the frame in the data file
-    uint64_t bytes = 0;   // bytes of the frame in the data file
+    uint64_t bytes = 0;   // bytes of the frame in the data file (compressed, if it is)
     uint64_t entries = 0; // numbers (matrix) or index/value pairs (sparse)
     int line = 0;         // line of its section in the description, for messages
 };
@@ -105,10 +130,11 @@ std::string descriptionSection(int index, const FrameEntry& entry);
 int parseDescription(
     const std::string& text, const std::string& origin, Description* out, std::string* error);
 
-// A frame in the form, as it lies in the data file; entries receives the count of
-// numbers or pairs. False for a bad frame (type, size, null pixels).
+// A frame in the form, as it lies in the data file (compressed with level when the form
+// is); entries receives the count of numbers or pairs. False for a bad frame (type,
+// size, null pixels).
 bool encodeFrame(const FrameView& frame, const FileForm& form, std::string* out, uint64_t* entries,
-    std::string* error);
+    std::string* error, int level = 6);
 // The frame of an entry from its bytes (exactly entry.bytes of them).
 int decodeFrame(const FrameEntry& entry, const FileForm& form, const char* data, size_t size,
     FrameData* out, std::string* error);
@@ -132,7 +158,8 @@ int fileTypeFromPath(const std::string& path);
 class FrameFileWriter
 {
 public:
-    int create(const std::string& path, int fileType, unsigned flags, std::string* error);
+    int create(const std::string& path, int fileType, unsigned flags, std::string* error,
+        const FrameFileOptions& options = {});
     int append(const FrameView& frame, std::string* error);
     int frameCount() const { return m_count; }
     const std::string& path() const { return m_path; }
@@ -143,6 +170,7 @@ private:
     std::string m_dscPath;
     int m_type = 0;
     FileForm m_form;
+    int m_level = 6;
     bool m_open = false;
     int m_count = 0;
     uint64_t m_offset = 0;
@@ -154,7 +182,7 @@ bool canWriteFrames(const std::string& path, int fileType, unsigned flags,
     const std::vector<FrameView>& frames, std::string* error);
 // Writes frames to a new file of the type (a single-frame type takes exactly one).
 int writeFrameFile(const std::string& path, int fileType, unsigned flags,
-    const std::vector<FrameView>& frames, std::string* error);
+    const std::vector<FrameView>& frames, std::string* error, const FrameFileOptions& options = {});
 // Frames in a file (named by its data file or by its description), or -1.
 int countFramesInFile(const std::string& path, std::string* error);
 // Frame `index` of a file, or -1 (and out untouched). A frame of a file without

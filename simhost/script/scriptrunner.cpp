@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace sim {
@@ -107,6 +108,38 @@ bool parseLevel(const QString& text, unsigned* level)
     return true;
 }
 
+// How many of args, from the first, make a device name: two words, or one quoted word
+// that holds a blank.
+int nameLength(const QStringList& args)
+{
+    if (args.isEmpty())
+        return 0;
+    return args.at(0).simplified().contains(QLatin1Char(' ')) ? 1 : std::min(2, int(args.size()));
+}
+
+constexpr int kDefaultArmedTimeoutMs = 10000;
+
+// "waitarmed NAME [TIMEOUT_MS]": the timeout, if any, follows the two words of the name.
+bool readArmedTimeout(const QStringList& args, int* timeoutMs, QString* why)
+{
+    const int used = nameLength(args);
+    *timeoutMs = kDefaultArmedTimeoutMs;
+    if (args.size() > used + 1) {
+        *why = QStringLiteral("too many arguments after the device name");
+        return false;
+    }
+    if (args.size() == used + 1) {
+        bool ok = false;
+        const int ms = args.at(used).toInt(&ok);
+        if (!ok || ms < 0) {
+            *why = QStringLiteral("bad timeout '%1' (milliseconds)").arg(args.at(used));
+            return false;
+        }
+        *timeoutMs = ms;
+    }
+    return true;
+}
+
 // Wraps a handler that needs the host.
 ScriptRunner::Handler needsHost(const ScriptContext& context, ScriptRunner::Handler run)
 {
@@ -182,6 +215,59 @@ void ScriptRunner::addBuiltins()
             m_context.host->log(level, nameFrom(line.args, 1));
             return ScriptStep::next();
         })});
+    addCommand({QStringLiteral("trigger"), 0, 2, QStringLiteral("trigger [NAME]"),
+        needsHost(m_context, [this](const ScriptLine& line) {
+            if (line.args.isEmpty()) {
+                if (m_context.host->triggerAll(QStringLiteral("script")) == 0)
+                    return ScriptStep::fail(
+                        QStringLiteral("no connected device has a trigger input"));
+                return ScriptStep::next();
+            }
+            const QString deviceName = nameFrom(line.args);
+            const auto device = m_context.host->deviceByName(deviceName);
+            if (!device)
+                return ScriptStep::fail(QStringLiteral("no device '%1'").arg(deviceName));
+            if (m_context.host->triggerDevice(*device, QStringLiteral("script")) == TriggerNoInput)
+                return ScriptStep::fail(
+                    QStringLiteral("device '%1' has no trigger input").arg(deviceName));
+            return ScriptStep::next();
+        })});
+    addCommand({QStringLiteral("waitarmed"), 1, 3, QStringLiteral("waitarmed NAME [TIMEOUT_MS]"),
+        needsHost(m_context,
+            [this](const ScriptLine& line) {
+                int timeoutMs = 0;
+                QString why;
+                if (!readArmedTimeout(line.args, &timeoutMs, &why))
+                    return ScriptStep::fail(why);
+                const QString deviceName = nameFrom(line.args.mid(0, nameLength(line.args)));
+                const auto device = m_context.host->deviceByName(deviceName);
+                if (!device)
+                    return ScriptStep::fail(QStringLiteral("no device '%1'").arg(deviceName));
+                if (!device->hasTriggerInput())
+                    return ScriptStep::fail(
+                        QStringLiteral("device '%1' has no trigger input").arg(deviceName));
+                SimHost* host = m_context.host;
+                const uint64_t id = device->id();
+                return ScriptStep::until(
+                    [host, id]() {
+                        const auto d = host->deviceById(id);
+                        return !d || d->waitingForTrigger();
+                    },
+                    timeoutMs,
+                    QStringLiteral("device '%1' did not wait for a trigger within %2 ms")
+                        .arg(deviceName)
+                        .arg(timeoutMs),
+                    [host, id, deviceName]() {
+                        return host->deviceById(id)
+                            ? QString()
+                            : QStringLiteral("device '%1' was removed").arg(deviceName);
+                    });
+            }),
+        [](const ScriptLine& line) {
+            int timeoutMs = 0;
+            QString why;
+            return readArmedTimeout(line.args, &timeoutMs, &why) ? QString() : why;
+        }});
     addCommand({QStringLiteral("quit"), 0, 0, QStringLiteral("quit"),
         [](const ScriptLine&) { return ScriptStep::quit(0); }});
     // The runner itself moves through loops (runLoopLine); these entries give their

@@ -5,7 +5,8 @@
 // nest. The whole script is checked first (known commands, argument counts,
 // and the values of commands that have a check), so a typo is reported before anything
 // runs; errors name the line. Commands come from
-// a table: the built-ins (wait, screenshot, connect, remove, lock, unlock, log, quit)
+// a table: the built-ins (wait, screenshot, connect, remove, lock, unlock, trigger,
+// waitarmed, log, quit)
 // and whatever addCommand adds, for instance commands that drive the plug-in through
 // ScriptContext::devControl.
 #pragma once

@@ -65,6 +65,7 @@ TimepixDevice::TimepixDevice(const DeviceDesc& desc)
         m_layoutIndexes.push_back(unsigned(i));
         m_layoutRotations.push_back(0);
     }
+    buildParams();
 }
 
 TimepixDevice::~TimepixDevice()
@@ -178,9 +179,9 @@ bool TimepixDevice::refreshPhysics()
 class TimepixDevice::Series final : public SeriesTarget
 {
 public:
-    Series(
-        TimepixDevice& dev, const AcqRecord& acq, const TestPulseRecord* tp, OutputWriter* output)
-        : m_dev(dev), m_acq(acq), m_tp(tp), m_output(output)
+    Series(TimepixDevice& dev, const AcqRecord& acq, uint32_t mode, const TestPulseRecord* tp,
+        OutputWriter* output)
+        : m_dev(dev), m_acq(acq), m_mode(mode), m_tp(tp), m_output(output)
     { }
 
     void post(const char* event, long data) override { m_dev.m_delivery.post(event, data); }
@@ -195,43 +196,39 @@ public:
         if (m_acq.integral)
             sum = SimFrame::create(
                 unsigned(m_dev.m_width), unsigned(m_dev.m_height), ov::FrameUInt32);
-        std::vector<int16_t> scratch(n);
+        std::vector<int16_t> scratch(sum ? n : 0);
+        double exposures = 0.0;
         int result = AcqOk;
         for (uint32_t i = 1; i <= m_acq.count; ++i) {
             if (aborted()) {
                 result = AcqErrAborted;
                 break;
             }
-            const auto start = std::chrono::steady_clock::now();
-            SimFrame* frame = nullptr;
-            if (!sum) {
-                frame = SimFrame::create(
-                    unsigned(m_dev.m_width), unsigned(m_dev.m_height), ov::FrameInt16);
-                makeFrame(frame->pixels<int16_t>());
-            } else {
-                makeFrame(scratch.data());
-                uint32_t* acc = sum->pixels<uint32_t>();
-                for (size_t p = 0; p < n; ++p)
-                    acc[p] += uint32_t(scratch[p]);
-            }
-            // The shutter stays open for the acquisition time (test pulses take at
-            // least as long as their pulses); time 0 does not wait at all.
-            const double elapsed
-                = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-            if (!waitAbortable(*this, frameSeconds() - elapsed)) {
+            SimFrame* frame = sum ? nullptr
+                                  : SimFrame::create(unsigned(m_dev.m_width),
+                                      unsigned(m_dev.m_height), ov::FrameInt16);
+            double exposure = 0.0;
+            result = exposeAndRead(frame ? frame->pixels<int16_t>() : scratch.data(), &exposure);
+            if (result != AcqOk) {
                 if (frame)
                     frame->decRef();
-                result = AcqErrAborted;
                 break;
             }
+            exposures += exposure;
             if (frame) {
-                store(frame, i);
+                store(frame, i, exposure);
                 frame->decRef();
-            } else if (i == m_acq.count) {
-                store(sum, i);
-            } else {
-                post("AcqFinished", long(i));
+                continue;
             }
+            uint32_t* acc = sum->pixels<uint32_t>();
+            for (size_t p = 0; p < n; ++p)
+                acc[p] += uint32_t(scratch[p]);
+            // An integral takes the time of one of its frames (with a stop trigger, their
+            // mean).
+            if (i == m_acq.count)
+                store(sum, i, (m_mode & AcqModeTriggerStop) ? exposures / m_acq.count : m_acq.time);
+            else
+                post("AcqFinished", long(i));
         }
         if (sum)
             sum->decRef();
@@ -239,17 +236,68 @@ public:
     }
 
 private:
-    double frameSeconds() const
+    using Clock = std::chrono::steady_clock;
+
+    static double since(Clock::time_point t)
     {
-        double t = m_acq.time;
-        if (m_tp) {
-            const double spacing = std::max<uint32_t>(m_acq.spacing, 1);
-            t = std::max(t, m_tp->count * m_tp->period * spacing * spacing);
-        }
-        return t;
+        return std::chrono::duration<double>(Clock::now() - t).count();
     }
 
-    void makeFrame(int16_t* out)
+    // How long test pulses keep the shutter open: count x period x spacing^2.
+    double pulseTrainSeconds() const
+    {
+        if (!m_tp)
+            return 0.0;
+        const double spacing = std::max<uint32_t>(m_acq.spacing, 1);
+        return m_tp->count * m_tp->period * spacing * spacing;
+    }
+
+    // One frame into out: the shutter opens (at a trigger, after the trigger delay, or
+    // at once), stays open for the time (or until the next trigger; test pulses keep it
+    // open while they are sent), and the chips are read out. exposure receives how long
+    // the shutter was open. The frame's counts are made while the shutter is open, and
+    // that time counts towards the exposure and the readout.
+    int exposeAndRead(int16_t* out, double* exposure)
+    {
+        if (m_mode & AcqModeTriggerStart) {
+            const int rc = m_dev.waitForTrigger(*this);
+            if (rc != AcqOk)
+                return rc;
+            if (!waitAbortable(*this, double(m_dev.m_trgDelay->asInt()) / 1000.0))
+                return AcqErrAborted;
+        }
+        const Clock::time_point open = Clock::now();
+        m_dev.shutterOpened();
+        double shutter = std::max(m_acq.time, pulseTrainSeconds());
+        if (m_mode & AcqModeTriggerStop) {
+            const int rc = m_dev.waitForTrigger(*this);
+            if (rc == AcqOk && !waitAbortable(*this, pulseTrainSeconds() - since(open))) {
+                m_dev.shutterClosed();
+                return AcqErrAborted;
+            }
+            shutter = since(open);
+            m_dev.shutterClosed();
+            if (rc != AcqOk)
+                return rc;
+            makeFrame(out, shutter);
+        } else {
+            makeFrame(out, m_acq.time);
+            const bool done = waitAbortable(*this, shutter - since(open));
+            m_dev.shutterClosed();
+            if (!done)
+                return AcqErrAborted;
+        }
+        *exposure = (m_mode & AcqModeTriggerStop) ? shutter : m_acq.time;
+        // The next shutter opens when the chips have been read out.
+        const double readout = m_dev.readoutSeconds(out, (m_mode & AcqModeCompression) != 0);
+        m_dev.m_lastReadout.store(readout);
+        m_dev.m_readoutTime->assign(readout * 1000.0);
+        if (!waitAbortable(*this, shutter + readout - since(open)))
+            return AcqErrAborted;
+        return AcqOk;
+    }
+
+    void makeFrame(int16_t* out, double exposure)
     {
         m_dev.refreshPhysics();
         const uint64_t seq = m_dev.m_sequence.fetch_add(1);
@@ -257,7 +305,7 @@ private:
         if (m_tp)
             m_dev.m_physics.testPulseFrame(rng, *m_tp, out);
         else
-            m_dev.m_physics.frame(rng, std::max(m_acq.time, kMinAcqTime), out);
+            m_dev.m_physics.frame(rng, std::max(exposure, kMinAcqTime), out);
         m_mask = maskOf();
     }
 
@@ -273,9 +321,9 @@ private:
         return m_mask;
     }
 
-    void store(SimFrame* frame, uint32_t index)
+    void store(SimFrame* frame, uint32_t index, double exposure)
     {
-        frame->setAcqTime(m_acq.time);
+        frame->setAcqTime(exposure);
         frame->setMask(m_mask);
         frame->setFrameInfoSource((uint64_t(m_dev.serial()) << 32) | index);
         const std::string name = (m_acq.integral ? std::string("Integral ") : std::string("Frame "))
@@ -294,6 +342,7 @@ private:
 
     TimepixDevice& m_dev;
     const AcqRecord& m_acq;
+    const uint32_t m_mode; // the mode bits the device acts on
     const TestPulseRecord* m_tp;
     OutputWriter* m_output;
     int m_round = 0;
@@ -309,22 +358,32 @@ int TimepixDevice::doAdvancedAcquisition(
         log(ov::LogError, QStringLiteral("Measurement refused: %1").arg(QLatin1String(why)));
         return code;
     };
-    AcqRecord acq;
+    AcqRequest request;
+    AcqRecord& acq = request.acq;
     int rc = parseAcqRecord(acqDesc, &acq);
     if (rc != AcqOk)
         return refuse(rc, "the measurement description is not valid");
     if (acq.time > kMaxAcqTime)
         return refuse(AcqErrBadTime, "the acquisition time is too long");
-    if (acq.mode & ~capabilityFlags())
+    // The plug-in asks for a trigger mode on devices without a trigger input, too: a
+    // Medipix2 measures without one.
+    constexpr uint32_t triggerBits = AcqModeTriggerStart | AcqModeTriggerStop;
+    const bool ignoreTrigger = !hasTriggerInput() && (acq.mode & triggerBits);
+    const uint32_t mode = ignoreTrigger ? acq.mode & ~triggerBits : acq.mode;
+    if (mode & ~capabilityFlags())
         return refuse(AcqErrUnsupported, "the device cannot do the requested mode");
     RepeatRecord repeat;
     if (repeatDesc && (rc = parseRepeatRecord(repeatDesc, &repeat)) != AcqOk)
         return refuse(rc, "the series description is not valid");
+    if (repeatDesc)
+        request.repeat = repeat;
     TestPulseRecord tp;
+    const bool tpRead = testPulses && parseTestPulseRecord(testPulses, &tp) == AcqOk;
+    if (tpRead)
+        request.testPulses = tp;
     if (acq.testPulses) {
-        if (!testPulses || parseTestPulseRecord(testPulses, &tp) != AcqOk || tp.count == 0
-            || tp.count > kMaxPulseCount || !(tp.height > 0.0) || tp.height > kMaxPulseHeight
-            || !(tp.period > 0.0) || tp.period > kMaxPulsePeriod)
+        if (!tpRead || tp.count == 0 || tp.count > kMaxPulseCount || !(tp.height > 0.0)
+            || tp.height > kMaxPulseHeight || !(tp.period > 0.0) || tp.period > kMaxPulsePeriod)
             return refuse(AcqErrBadTestPulses, "the test pulses are out of limits");
         if (acq.spacing == 0)
             return refuse(AcqErrBadFlag, "the spacing of test pulses is 0");
@@ -336,11 +395,21 @@ int TimepixDevice::doAdvancedAcquisition(
         return refuse(AcqErrBusy, "a measurement is already running on the device");
     m_running.store(true);
     clearAbort();
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_lastRequest = request;
+    }
+    m_accepted.fetch_add(1);
+    if (ignoreTrigger)
+        log(ov::LogWarning,
+            QStringLiteral("Measurement: this device has no trigger input; the trigger mode is "
+                           "ignored"));
+    log(ov::LogInfo, QString::fromStdString(describeRequest(request)));
     m_store.setLimitBytes(static_cast<size_t>(std::max(0.0, frameMemoryMb()) * 1048576.0));
     OutputWriter output(acq, repeatDesc ? &repeat : nullptr,
         [this](unsigned level, const QString& text) { log(level, text); });
 
-    Series series(*this, acq, acq.testPulses ? &tp : nullptr, &output);
+    Series series(*this, acq, mode, acq.testPulses ? &tp : nullptr, &output);
     int result = AcqOk;
     if (acq.refreshDacs) {
         // New DACs settle for the DAC delay before the shutter opens.
@@ -359,6 +428,236 @@ int TimepixDevice::doAdvancedAcquisition(
     m_delivery.flush();
     m_running.store(false);
     return result;
+}
+
+AcqRequest TimepixDevice::lastRequest() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lastRequest;
+}
+
+// ---------------------------------------------------------------------------------
+// Parameters, trigger and readout
+
+void TimepixDevice::buildParams()
+{
+    m_params.setRefused([this](const SimParam& p, int code, const std::string& value) {
+        log(ov::LogWarning,
+            QStringLiteral("Parameter %1: %2 refused: %3")
+                .arg(QString::fromUtf8(p.name()), QString::fromStdString(value),
+                    QString::fromStdString(p.refusalText(code))));
+    });
+    const std::string board = std::to_string(serial());
+    m_params.add("HwLibVer", "Version of the readout library", ov::ParamString, ov::ParamReadOnly)
+        .assignText("2.3.1 (orvelsim simulated readout)");
+    m_params
+        .add("Firmware", "Firmware of the readout board's FPGA", ov::ParamString, ov::ParamReadOnly)
+        .assignText((m_medipix2 ? std::string("MPX2-RO 1.9.4, board ")
+                                : std::string("TPX-RO 3.2.0, board "))
+            + board);
+    m_params
+        .add("FirmwareCpu", "Firmware of the readout board's processor", ov::ParamString,
+            ov::ParamReadOnly)
+        .assignText(m_medipix2 ? "1.0.6" : "1.2.3");
+    m_params.add("DeviceName", "Name of the device", ov::ParamString, ov::ParamReadOnly)
+        .assignText(name().toStdString());
+    if (!m_medipix2) {
+        m_trgTimeout = &m_params.add("TrgTimeout",
+            "Seconds a measurement waits for a hardware trigger before it fails; 0 waits for "
+            "ever [0..1000]",
+            ov::ParamU16);
+        m_trgTimeout->setRange(0, 1000).assign(60);
+        m_trgDelay = &m_params.add("TrgDelay",
+            "Milliseconds from the trigger to the opening of the shutter [0..255]", ov::ParamU8);
+        m_trgDelay->setRange(0, 255).assign(0);
+        m_trgEdge = &m_params.add("TrgInputEdge",
+            "Edge of the trigger input that is a trigger [rising|falling]", ov::ParamU8);
+        m_trgEdge->setAliases({{"rising", 0}, {"falling", 1}});
+        m_trgOutEnabled = &m_params.add("TrgOutputEnabled",
+            "A pulse on the trigger output while the shutter is open [true|false]", ov::ParamBool);
+        m_trgLevel = &m_params.add("TriggerLevel",
+            "Level of the trigger output during its pulse; it rests at the other [log 0|log 1]",
+            ov::ParamU8);
+        m_trgLevel->setAliases({{"log 0", 0}, {"log 1", 1}});
+        m_trgLevel->assign(1);
+        m_trgSource = &m_params.add("TrgSource",
+            "Where the last trigger came from: none, host, menu, script or line [string]",
+            ov::ParamString, ov::ParamReadOnly);
+        m_trgSource->assignText("none");
+        m_trgCount = &m_params.add("TrgCount",
+            "Triggers received since the device was switched on, taken or not", ov::ParamU32,
+            ov::ParamReadOnly);
+        m_trgOutCount = &m_params.add("TrgOutCount",
+            "Pulses sent on the trigger output since the device was switched on", ov::ParamU32,
+            ov::ParamReadOnly);
+    }
+    m_readoutMode = &m_params.add("ReadoutMode",
+        "The chips are read out together on the parallel bus, or one after another on the "
+        "serial link [parallel|serial]",
+        ov::ParamU8);
+    m_readoutMode->setAliases({{"parallel", 0}, {"serial", 1}});
+    m_readoutClock = &m_params.add("ReadoutClock",
+        "Clock of the readout; the dead time between frames falls as it rises "
+        "[25 MHz|50 MHz|100 MHz|200 MHz]",
+        ov::ParamU8);
+    m_readoutClock->setAliases(
+        {{"25 MHz", 25}, {"50 MHz", 50}, {"100 MHz", 100}, {"200 MHz", 200}});
+    m_readoutClock->assign(100);
+    m_readoutTime = &m_params.add("ReadoutTime", "Readout dead time of the last frame, in ms",
+        ov::ParamDouble, ov::ParamReadOnly);
+}
+
+int TimepixDevice::triggerLocked(const QString& source)
+{
+    m_trgCount->assign(double(++m_trgReceived));
+    m_trgSource->assignText(source.toStdString());
+    if (!m_trgWaiting)
+        return TriggerMissed;
+    m_trgWaiting = false;
+    ++m_trgTaken;
+    m_trgCv.notify_all();
+    return TriggerTaken;
+}
+
+int TimepixDevice::fireTrigger(const QString& source)
+{
+    if (m_medipix2)
+        return TriggerNoInput;
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    return triggerLocked(source);
+}
+
+int TimepixDevice::setTriggerLine(bool high, const QString& source)
+{
+    if (m_medipix2)
+        return TriggerNoInput;
+    const bool rising = m_trgEdge->asInt() == 0;
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    if (high == m_trgLineHigh)
+        return TriggerNoEdge;
+    m_trgLineHigh = high;
+    return high == rising ? triggerLocked(source) : TriggerNoEdge;
+}
+
+bool TimepixDevice::triggerLine() const
+{
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    return m_trgLineHigh;
+}
+
+bool TimepixDevice::waitingForTrigger() const
+{
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    return m_trgWaiting;
+}
+
+uint32_t TimepixDevice::triggerCount() const
+{
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    return m_trgReceived;
+}
+
+uint32_t TimepixDevice::triggerOutCount() const
+{
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    return m_trgOutPulses;
+}
+
+bool TimepixDevice::triggerOutputHigh() const
+{
+    if (m_medipix2)
+        return false;
+    const bool level = m_trgLevel->asInt() != 0;
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    return m_trgOutActive ? level : !level;
+}
+
+int TimepixDevice::waitForTrigger(const SeriesTarget& target)
+{
+    using Clock = std::chrono::steady_clock;
+    const int64_t timeout = m_trgTimeout->asInt();
+    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(timeout);
+    std::unique_lock<std::mutex> lock(m_trgMutex);
+    const uint64_t taken = m_trgTaken;
+    m_trgWaiting = true;
+    for (;;) {
+        if (m_trgTaken != taken)
+            return AcqOk; // the trigger has cleared m_trgWaiting
+        if (target.aborted()) {
+            m_trgWaiting = false;
+            return AcqErrAborted;
+        }
+        const Clock::time_point now = Clock::now();
+        if (timeout > 0 && now >= deadline) {
+            m_trgWaiting = false;
+            lock.unlock();
+            log(ov::LogError,
+                QStringLiteral("Measurement failed: no trigger within %1 s").arg(timeout));
+            return AcqErrTriggerTimeout;
+        }
+        // Aborts are polled: they do not wake the waiting thread.
+        Clock::duration slice = std::chrono::milliseconds(5);
+        if (timeout > 0)
+            slice = std::min(slice, deadline - now);
+        m_trgCv.wait_for(lock, slice);
+    }
+}
+
+void TimepixDevice::shutterOpened()
+{
+    if (m_medipix2 || !m_trgOutEnabled->asBool())
+        return;
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    m_trgOutActive = true;
+    m_trgOutCount->assign(double(++m_trgOutPulses));
+}
+
+void TimepixDevice::shutterClosed()
+{
+    if (m_medipix2)
+        return;
+    std::lock_guard<std::mutex> lock(m_trgMutex);
+    m_trgOutActive = false;
+}
+
+double TimepixDevice::lastReadoutSeconds() const
+{
+    return m_lastReadout.load();
+}
+
+double TimepixDevice::readoutSeconds(const int16_t* counts, bool compressed) const
+{
+    // Each chip sends its counters (14 bits a pixel); compressed, a header and then the
+    // address (16 bits) and counter of every pixel that counted. The parallel bus moves
+    // 32 bits of every chip a clock, the serial link one bit of one chip after another.
+    constexpr double kHeaderBits = 32.0;
+    constexpr double kAddressBits = 16.0;
+    constexpr double kBusBits = 32.0;
+    const double hz = double(std::max<int64_t>(1, m_readoutClock->asInt())) * 1e6;
+    const bool serialLink = m_readoutMode->asInt() == 1;
+    const double chipPixels = double(m_width) * double(m_height) / m_chips;
+    std::vector<double> bits(size_t(m_chips), chipPixels * kCounterBits);
+    if (compressed && counts) {
+        std::vector<uint64_t> hits(size_t(m_chips), 0);
+        for (int y = 0; y < m_height; ++y) {
+            const int16_t* row = counts + size_t(y) * size_t(m_width);
+            for (int x0 = 0; x0 < m_width; x0 += 256) {
+                const int x1 = std::min(m_width, x0 + 256);
+                uint64_t& h = hits[size_t(m_physics.chipOf(x0, y))];
+                for (int x = x0; x < x1; ++x)
+                    h += row[x] != 0;
+            }
+        }
+        for (size_t c = 0; c < bits.size(); ++c)
+            bits[c] = kHeaderBits + double(hits[c]) * (kAddressBits + kCounterBits);
+    }
+    if (serialLink) {
+        double total = 0.0;
+        for (double b : bits)
+            total += b;
+        return total / hz;
+    }
+    return *std::max_element(bits.begin(), bits.end()) / (kBusBits * hz);
 }
 
 // ---------------------------------------------------------------------------------
@@ -418,13 +717,19 @@ int TimepixDevice::doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFram
 
 uint32_t TimepixDevice::capabilityFlags()
 {
-    return m_medipix2 ? 0u : uint32_t(ov::CapHwTriggerStart | ov::CapHwTriggerStop);
+    return m_medipix2 ? 0u
+                      : uint32_t(ov::CapHwTriggerStart | ov::CapHwTriggerStop | ov::CapCompression);
 }
 
 int TimepixDevice::setBias(double volts)
 {
-    if (!(volts >= 0.0) || volts > kBiasMax)
+    if (!(volts >= 0.0) || volts > kBiasMax) {
+        log(ov::LogWarning,
+            QStringLiteral("Bias %1 V refused: the bias goes from 0 to %2 V")
+                .arg(volts)
+                .arg(kBiasMax));
         return -1;
+    }
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_bias = volts;
@@ -711,8 +1016,19 @@ int TimepixDevice::testPulseLimits(uint32_t* maxCount, double* maxHeight, double
 
 int TimepixDevice::setClock(double mhz)
 {
-    if (m_medipix2 || !(mhz >= 1.0) || mhz > 100.0)
+    if (m_medipix2) {
+        log(ov::LogWarning,
+            QStringLiteral("Clock %1 MHz refused: a Medipix2 has no Timepix clock").arg(mhz));
         return -1;
+    }
+    if (!(mhz >= kClockMin) || mhz > kClockMax) {
+        log(ov::LogWarning,
+            QStringLiteral("Clock %1 MHz refused: the clock goes from %2 to %3 MHz")
+                .arg(mhz)
+                .arg(kClockMin)
+                .arg(kClockMax));
+        return -1;
+    }
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_clock = mhz;

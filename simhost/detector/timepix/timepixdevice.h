@@ -9,17 +9,25 @@
 // any thread. Device events go through the device's EventDelivery: directly on the
 // thread that raises them, or through the device's host event thread (device option
 // events=thread, or setEventDeliveryMode). A measurement returns only after all its
-// events were delivered.
+// events were delivered. Triggers may come from any thread.
+//
+// Parameters (paramMgr): identity (HwLibVer, Firmware, FirmwareCpu, DeviceName), the
+// hardware trigger of a Timepix (TrgTimeout, TrgDelay, TrgInputEdge, TrgOutputEnabled,
+// TriggerLevel, TrgSource, TrgCount, TrgOutCount) and the readout (ReadoutMode,
+// ReadoutClock, ReadoutTime). docs/simhost.md says what each one does.
 #pragma once
 
 #include "acqstore.h"
+#include "acquisition.h"
 #include "devicebase.h"
 #include "eventdelivery.h"
 #include "physics.h"
 #include "simdacs.h"
+#include "simparams.h"
 #include "simpixcfg.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -52,9 +60,37 @@ public:
     bool acquisitionRunning() const { return m_running.load(); }
     // Frames made since the device was created (or reseeded).
     uint64_t frameSequence() const { return m_sequence.load(); }
+    // The records of the last measurement the device accepted, as it received them, and
+    // how many it has accepted since it was created.
+    AcqRequest lastRequest() const;
+    uint64_t acceptedRequests() const { return m_accepted.load(); }
+    SimParamMgr& params() { return m_params; }
+
+    // Hardware trigger (a Timepix; a Medipix2 has no trigger input). A trigger is taken
+    // by a measurement that waits for one; one that comes while none waits is counted
+    // (TrgCount) and lost. fireTrigger sends a short pulse, whose edges both come at
+    // once, so it is one trigger whatever edge the input counts; setTriggerLine drives
+    // the input's level, and only a change to the edge of TrgInputEdge is a trigger.
+    // Both answer a TriggerAnswer.
+    using SimDevice::fireTrigger;
+    bool hasTriggerInput() const override { return !m_medipix2; }
+    int fireTrigger(const QString& source) override;
+    int setTriggerLine(bool high, const QString& source = QStringLiteral("line"));
+    bool triggerLine() const;
+    bool waitingForTrigger() const override;
+    uint32_t triggerCount() const;
+    // Trigger output: with TrgOutputEnabled the output stands at TriggerLevel while the
+    // shutter is open, one pulse per opening (TrgOutCount); otherwise at the other level.
+    uint32_t triggerOutCount() const;
+    bool triggerOutputHigh() const;
+    // Readout dead time of the last frame read out, in seconds (ReadoutTime in ms).
+    double lastReadoutSeconds() const;
+    // Readout dead time of a frame of 16-bit counters (width x height), with or without
+    // the compression of the readout (mode bit 4), at the present readout settings.
+    double readoutSeconds(const int16_t* counts, bool compressed) const;
 
     // ov::IDevMpx
-    ov::IParamMgr* paramMgr() override { return nullptr; }
+    ov::IParamMgr* paramMgr() override { return &m_params; }
     // Device configuration files (devicecfgfile.h, timepixconfig.cpp): the ini file and,
     // beside it, "<name>.bpc" and "<name>.dacs". Loading checks all three files before
     // it changes anything. 0, or a negative code with an error line in the log: -1 no
@@ -70,6 +106,7 @@ public:
     int doAdvancedAcquisition(
         const void* acqDesc, const void* repeatDesc, const void* testPulses) override;
     int doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFrame** out) override;
+    // Timepix: trigger start and stop, data compression; Medipix2: none.
     uint32_t capabilityFlags() override;
     uint32_t supportedAcqTypes() override { return ov::AcqTypeTestPulses; }
     int acqDataCount() override { return m_store.dataCount(); }
@@ -131,9 +168,12 @@ public:
     static constexpr double kMinAcqTime = 1e-5;
     static constexpr double kMaxAcqTime = 10000.0;
     static constexpr double kBiasMax = 200.0;
+    static constexpr double kClockMin = 1.0;
+    static constexpr double kClockMax = 100.0;
     static constexpr uint32_t kMaxPulseCount = 10000;
     static constexpr double kMaxPulseHeight = 2.0;
     static constexpr double kMaxPulsePeriod = 0.01;
+    static constexpr int kCounterBits = 14;
 
 protected:
     // Writes the factory configuration into the home folder when the device has one and
@@ -143,6 +183,14 @@ protected:
 
 private:
     class Series;
+    void buildParams();
+    // Waits for the next trigger: AcqOk, AcqErrAborted or AcqErrTriggerTimeout (logged).
+    int waitForTrigger(const SeriesTarget& target);
+    // The trigger output follows the shutter.
+    void shutterOpened();
+    void shutterClosed();
+    // Counts a trigger and hands it to a waiting measurement; under m_trgMutex.
+    int triggerLocked(const QString& source);
     // announce: fire "DeviceCfgChanged" for the settings that have no event of their own.
     int loadConfig(const QString& path, bool announce);
     int saveConfig(const QString& path, const SimPixCfg::Pixels& px, const std::vector<int>& dacs);
@@ -184,6 +232,34 @@ private:
     SourceSettings m_source;
     Rng m_senseRng;
     std::atomic<uint64_t> m_settingsVersion {1};
+
+    SimParamMgr m_params;
+    SimParam* m_trgTimeout = nullptr;
+    SimParam* m_trgDelay = nullptr;
+    SimParam* m_trgEdge = nullptr;
+    SimParam* m_trgOutEnabled = nullptr;
+    SimParam* m_trgLevel = nullptr;
+    SimParam* m_trgSource = nullptr;
+    SimParam* m_trgCount = nullptr;
+    SimParam* m_trgOutCount = nullptr;
+    SimParam* m_readoutMode = nullptr;
+    SimParam* m_readoutClock = nullptr;
+    SimParam* m_readoutTime = nullptr;
+
+    // Trigger input and output.
+    mutable std::mutex m_trgMutex;
+    std::condition_variable m_trgCv;
+    bool m_trgWaiting = false;  // a measurement waits for a trigger
+    uint64_t m_trgTaken = 0;    // triggers taken by measurements
+    bool m_trgLineHigh = false; // level of the input
+    uint32_t m_trgReceived = 0;
+    uint32_t m_trgOutPulses = 0;
+    bool m_trgOutActive = false; // the output pulse of an open shutter
+    std::atomic<double> m_lastReadout {0.0};
+
+    // The last accepted measurement (under m_mutex).
+    AcqRequest m_lastRequest;
+    std::atomic<uint64_t> m_accepted {0};
 
     // Owned by the measurement in progress.
     std::mutex m_acqMutex;

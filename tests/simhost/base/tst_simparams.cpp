@@ -117,6 +117,48 @@ private slots:
         QCOMPARE(heard, 4);
     }
 
+    void refusedWritesAreHeardWithValueAndReason()
+    {
+        struct Heard
+        {
+            std::string name;
+            int code = 0;
+            std::string value;
+            std::string why;
+        };
+        std::vector<Heard> heard;
+        SimParamMgr mgr;
+        // One parameter from before the hook was set, the others from after: all hear it.
+        SimParam& count = mgr.add("Count", "", ov::ParamU32, ov::ParamReadOnly);
+        mgr.setRefused([&heard](const SimParam& p, int code, const std::string& value) {
+            heard.push_back({p.name(), code, value, p.refusalText(code)});
+        });
+        SimParam& timeout = mgr.add("Timeout", "[0..1000]", ov::ParamU16);
+        timeout.setRange(0, 1000);
+        SimParam& edge = mgr.add("Edge", "[rising|falling]", ov::ParamU8);
+        edge.setAliases({{"rising", 0}, {"falling", 1}});
+
+        QCOMPARE(timeout.setU16Value(2000), int(sim::ParamErrRange));
+        QCOMPARE(edge.setAliasValue("sideways"), int(sim::ParamErrNoAlias));
+        QCOMPARE(edge.setStringValue("sideways"), int(sim::ParamErrNoAlias));
+        QCOMPARE(count.setU32Value(5), int(sim::ParamErrReadOnly));
+        QCOMPARE(timeout.setStringValue("soon"), int(sim::ParamErrNotNumber));
+        QCOMPARE(timeout.setU16Value(300), 0); // taken: nothing heard
+        QCOMPARE(int(heard.size()), 5);
+        QCOMPARE(heard[0].name, std::string("Timeout"));
+        QCOMPARE(heard[0].value, std::string("2000"));
+        QCOMPARE(heard[0].why, std::string("outside 0..1000"));
+        QCOMPARE(heard[1].value, std::string("sideways"));
+        QCOMPARE(heard[1].why, std::string("not one of rising|falling"));
+        QCOMPARE(heard[2].code, int(sim::ParamErrNoAlias));
+        QCOMPARE(heard[3].name, std::string("Count"));
+        QCOMPARE(heard[3].why, std::string("the parameter is read-only"));
+        QCOMPARE(heard[4].value, std::string("soon"));
+        QCOMPARE(heard[4].code, int(sim::ParamErrNotNumber));
+        QCOMPARE(timeout.u16Value(), uint16_t(300));
+        QCOMPARE(edge.getAliasValue(), std::string("rising"));
+    }
+
     void managerListsInOrderAndFindsByName()
     {
         SimParamMgr mgr;

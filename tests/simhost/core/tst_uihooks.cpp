@@ -1,7 +1,10 @@
 // The UI hooks of the simulated host: running code on the GUI thread, the menu tree and
 // the exit request.
+#include "acqbytes.h"
+
 #include <livecounter.h>
 #include <simhost.h>
+#include <timepixdevice.h>
 
 #include <QEventLoop>
 #include <QTemporaryDir>
@@ -120,7 +123,8 @@ private slots:
         QCOMPARE(titles(item(host, {QStringLiteral("Simulation")})),
             QStringList({QStringLiteral("Connect device"), QStringLiteral("Remove device"),
                 QStringLiteral("Lock or unlock device"), QStringLiteral("Raise warning"),
-                QStringLiteral("Raise error"), QStringLiteral("Clear status")}));
+                QStringLiteral("Raise error"), QStringLiteral("Clear status"),
+                QStringLiteral("Fire trigger")}));
         const auto* connect
             = item(host, {QStringLiteral("Simulation"), QStringLiteral("Connect device")});
         QCOMPARE(titles(connect).size(), 8);
@@ -200,6 +204,69 @@ private slots:
             ->execute();
         for (const auto& device : host.deviceList())
             QVERIFY(device->abortRequested());
+    }
+
+    void fireTriggerReachesTheDevicesWithATriggerInput()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        for (const auto& desc : sim::defaultDeviceSet())
+            host.connectDevice(desc);
+        const auto quad = std::dynamic_pointer_cast<sim::TimepixDevice>(
+            host.deviceByName(QStringLiteral("kalbar W0512")));
+        const auto mpx2 = std::dynamic_pointer_cast<sim::TimepixDevice>(
+            host.deviceByName(QStringLiteral("tornel B0208")));
+        QVERIFY(quad && mpx2);
+        QVERIFY(quad->hasTriggerInput() && !mpx2->hasTriggerInput());
+        const sim::MenuItem* fire
+            = item(host, {QStringLiteral("Simulation"), QStringLiteral("Fire trigger")});
+        QVERIFY(fire && !fire->isSubMenu());
+
+        // Nobody waits: the trigger is counted and lost, and the log says so.
+        fire->execute();
+        QCOMPARE(quad->triggerCount(), 1u);
+        QCOMPARE(quad->params().find("TrgSource")->asText(), std::string("menu"));
+        QVERIFY(host.logHistory().contains(
+            QStringLiteral("info: Trigger (menu) to kalbar W0512: no measurement was waiting for "
+                           "one (counted, not kept)")));
+
+        // A measurement started by trigger waits for the menu.
+        acqbytes::Acq a;
+        a.mode = 1;
+        const auto record = acqbytes::acqRecord(a);
+        std::atomic<int> rc {1};
+        std::thread worker(
+            [&] { rc = quad->doAdvancedAcquisition(record.data(), nullptr, nullptr); });
+        QTRY_VERIFY_WITH_TIMEOUT(quad->waitingForTrigger(), 5000);
+        fire->execute();
+        worker.join();
+        QCOMPARE(rc.load(), 0);
+        QCOMPARE(quad->acqFrameCount(), 1);
+        QCOMPARE(quad->triggerCount(), 2u);
+        QVERIFY(host.logHistory().contains(
+            QStringLiteral("info: Trigger (menu) to kalbar W0512: taken by its measurement")));
+
+        // The device's own menu has the item when the device has a trigger input.
+        auto ownTitles = [](ov::IDev* dev) {
+            QStringList out;
+            ov::PtrList<const ov::IMenuItem*> own;
+            dev->deviceMenu()->children(own);
+            for (const ov::IMenuItem* child : own.items())
+                out << QString::fromUtf8(child->title());
+            return out;
+        };
+        QVERIFY(ownTitles(quad->dev()).contains(QStringLiteral("Fire trigger")));
+        QVERIFY(!ownTitles(mpx2->dev()).contains(QStringLiteral("Fire trigger")));
+        ov::PtrList<const ov::IMenuItem*> own;
+        quad->dev()->deviceMenu()->children(own);
+        own.items().back()->execute();
+        QCOMPARE(quad->triggerCount(), 3u);
+
+        // Without a device that has a trigger input the menu item says so and does nothing.
+        QVERIFY(host.removeDevice(quad->dev()));
+        fire->execute();
+        QVERIFY(host.logHistory().contains(
+            QStringLiteral("info: Trigger (menu): no connected device has a trigger input")));
     }
 
     void menuItemsRunOnTheGuiThread()

@@ -213,7 +213,14 @@ private slots:
             QVERIFY(t->canSaveFrames(1));
             QVERIFY(t->canSaveFrames(3));
             QVERIFY(!t->canSaveFrames(2));
-            QCOMPARE(t->params(), (ov::IParamMgr*)nullptr);
+            // The binary types have their compression; the others no parameters.
+            if (codes[i] == 4 || codes[i] == 3) {
+                QVERIFY(t->params());
+                QVERIFY(t->params()->param("Compression"));
+                QVERIFY(t->params()->param("CompressionLevel"));
+            } else {
+                QCOMPARE(t->params(), (ov::IParamMgr*)nullptr);
+            }
             QCOMPARE(m_mgr.fileTypeById(codes[i]), t);
             const std::string name = std::string("/d/x.") + exts[i];
             ov::FilePath fp(name.c_str());
@@ -603,7 +610,7 @@ private slots:
         QTest::newRow("missing height")
             << good << head + frame.arg(12).replace("Height=2\n", "") << true;
         QTest::newRow("unknown format version")
-            << good << QString(head).replace("Format=1", "Format=2") + frame.arg(12) << true;
+            << good << QString(head).replace("Format=1", "Format=3") + frame.arg(12) << true;
         QTest::newRow("unknown form")
             << good << QString(head).replace("text matrix", "text cube") + frame.arg(12) << true;
         QTest::newRow("frames out of order")

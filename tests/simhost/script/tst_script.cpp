@@ -1,12 +1,18 @@
 // The script runner, in-process: commands, waiting without blocking, errors by line,
 // and commands added by other code.
+#include "acqbytes.h"
+
 #include <scriptrunner.h>
 #include <simhost.h>
+#include <timepixdevice.h>
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
+
+#include <atomic>
+#include <thread>
 
 namespace {
 
@@ -117,6 +123,16 @@ private slots:
                                    << "c.txt:1: wrong number of arguments, usage: loop COUNT";
         QTest::newRow("end args") << "loop 1\nend now\n"
                                   << "c.txt:2: wrong number of arguments, usage: end";
+        QTest::newRow("armed timeout") << "waitarmed kalbar W0087 soon\n"
+                                       << "c.txt:1: bad timeout 'soon' (milliseconds)";
+        QTest::newRow("armed quoted") << "waitarmed \"kalbar W0087\" 10 20\n"
+                                      << "c.txt:1: too many arguments after the device name";
+        QTest::newRow("armed args")
+            << "waitarmed\n"
+            << "c.txt:1: wrong number of arguments, usage: waitarmed NAME [TIMEOUT_MS]";
+        QTest::newRow("trigger args")
+            << "trigger a b c\n"
+            << "c.txt:1: wrong number of arguments, usage: trigger [NAME]";
         // A bad line inside a loop is found before anything runs.
         QTest::newRow("inside loop") << "loop 3\n  wait 1\n  frobnicate\nend\n"
                                      << "c.txt:3: unknown command 'frobnicate'";
@@ -197,6 +213,21 @@ private slots:
                               << "r.txt:1: unknown device kind '99'";
         QTest::newRow("twice") << "connect 1 a b 1\nconnect 1 a b 2\n"
                                << "r.txt:2: device 'a b' is already connected";
+        QTest::newRow("trigger nobody") << "log info x\ntrigger\n"
+                                        << "r.txt:2: no connected device has a trigger input";
+        QTest::newRow("trigger unknown") << "trigger kalbar NONE\n"
+                                         << "r.txt:1: no device 'kalbar NONE'";
+        QTest::newRow("trigger without input")
+            << "connect timepix tornel B0009 9 chips=1 mpx2\ntrigger tornel B0009\n"
+            << "r.txt:2: device 'tornel B0009' has no trigger input";
+        QTest::newRow("armed without input")
+            << "connect timepix tornel B0009 9 chips=1 mpx2\nwaitarmed tornel B0009\n"
+            << "r.txt:2: device 'tornel B0009' has no trigger input";
+        QTest::newRow("armed unknown") << "waitarmed kalbar NONE 10\n"
+                                       << "r.txt:1: no device 'kalbar NONE'";
+        QTest::newRow("never armed")
+            << "connect timepix kalbar W0087 87 chips=1\nwaitarmed kalbar W0087 100\n"
+            << "r.txt:2: device 'kalbar W0087' did not wait for a trigger within 100 ms";
     }
 
     void runErrorsNameTheLine()
@@ -236,6 +267,51 @@ private slots:
         outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message, QStringLiteral("g.txt:2: flag not set in time"));
+    }
+
+    void triggerCommandsDriveATriggeredMeasurement()
+    {
+        QTemporaryDir tmp;
+        sim::SimHost host(tmp.path());
+        sim::DeviceDesc desc = sim::makeDeviceDesc(ov::DevKindMpx2, 87);
+        desc.chips = 1;
+        desc.width = desc.height = 256;
+        host.connectDevice(desc);
+        const auto dev = std::dynamic_pointer_cast<sim::TimepixDevice>(host.deviceList().front());
+        QVERIFY(dev);
+        QCOMPARE(dev->name(), QStringLiteral("kalbar W0087"));
+        // A measurement of two frames, each started by a trigger, on a thread of its own.
+        acqbytes::Acq a;
+        a.mode = 1;
+        a.count = 2;
+        const auto record = acqbytes::acqRecord(a);
+        std::atomic<int> rc {1};
+        std::thread worker(
+            [&] { rc = dev->doAdvancedAcquisition(record.data(), nullptr, nullptr); });
+        sim::ScriptRunner runner({&host, nullptr, nullptr});
+        QVERIFY2(runner.loadText(QStringLiteral("waitarmed kalbar W0087 5000\n"
+                                                "trigger kalbar W0087\n"
+                                                "waitarmed \"kalbar W0087\"\n"
+                                                "trigger\n"),
+                     QStringLiteral("t.txt")),
+            qPrintable(runner.error()));
+        const Outcome outcome = runScript(runner, 10000);
+        worker.join();
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(rc.load(), 0);
+        QCOMPARE(dev->acqFrameCount(), 2);
+        QCOMPARE(dev->triggerCount(), 2u);
+        QCOMPARE(dev->params().find("TrgSource")->asText(), std::string("script"));
+        QCOMPARE(host.logHistory().count(QStringLiteral(
+                     "info: Trigger (script) to kalbar W0087: taken by its measurement")),
+            2);
+        // Idle, the trigger is counted and lost.
+        QVERIFY(runner.loadText(QStringLiteral("trigger kalbar W0087\n"), QStringLiteral("u.txt")));
+        QCOMPARE(runScript(runner).code, 0);
+        QCOMPARE(dev->triggerCount(), 3u);
+        QVERIFY(host.logHistory().contains(QStringLiteral(
+            "info: Trigger (script) to kalbar W0087: no measurement was waiting for one (counted, "
+            "not kept)")));
     }
 
     void commandsNeedingAHostFailWithoutOne()

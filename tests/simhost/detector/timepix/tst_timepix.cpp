@@ -1,11 +1,16 @@
 // Settings of the simulated Timepix: pixel configuration, DACs, thresholds, bias and
-// the rest, each with its event; and the physics model behind the frames.
+// the rest, each with its event; and the physics model behind the frames: test pulses,
+// bias and clock as they show on measured frames, and refused bias and clock values.
+#include "acqbytes.h"
+
 #include <deviceset.h>
 #include <physics.h>
+#include <simframe.h>
 #include <timepixdevice.h>
 
 #include <QtTest>
 
+#include <cmath>
 #include <map>
 #include <mutex>
 
@@ -66,6 +71,51 @@ double meanCounts(sim::PhysicsModel& model, double exposure, uint64_t seed, int 
     }
     return total / (double(out.size()) * frames);
 }
+
+// One frame of a measurement of time seconds (with test pulses when tp is given), with
+// a fixed random sequence; empty when the measurement fails.
+std::vector<double> measureFrame(sim::TimepixDevice& dev, double time,
+    const std::array<unsigned char, 21>* tp = nullptr, uint64_t seed = 42)
+{
+    dev.setSeed(seed);
+    acqbytes::Acq a;
+    a.time = time;
+    a.testPulses = tp ? 1 : 0;
+    if (dev.doAdvancedAcquisition(acqbytes::acqRecord(a).data(), nullptr, tp ? tp->data() : nullptr)
+        != 0)
+        return {};
+    ov::RefData<ov::IMpxFrame> f(dev.lastAcqFrameRefInc(), false);
+    const auto* frame = static_cast<sim::SimFrame*>(f.get());
+    std::vector<double> out(frame->pixelCount());
+    for (size_t i = 0; i < out.size(); ++i)
+        out[i] = frame->pixel(i);
+    return out;
+}
+
+double total(const std::vector<double>& px)
+{
+    double sum = 0.0;
+    for (double v : px)
+        sum += v;
+    return sum;
+}
+
+struct LogLines
+{
+    std::vector<std::pair<unsigned, QString>> lines;
+    static void collect(unsigned level, const char* text, long user)
+    {
+        reinterpret_cast<LogLines*>(user)->lines.emplace_back(level, QString::fromUtf8(text));
+    }
+    QStringList warnings() const
+    {
+        QStringList out;
+        for (const auto& line : lines)
+            if (line.first == ov::LogWarning)
+                out << line.second;
+        return out;
+    }
+};
 
 } // namespace
 
@@ -307,6 +357,145 @@ private slots:
         QCOMPARE(dev->setThreshold(0, ov::ThresholdCalibrated, 5.0), 0);
         QCOMPARE(dev->pixCfg()->setAllMask(true), 0);
         QCOMPARE(measure(0.01), 0.0);
+    }
+
+    void testPulsesCountOnTestPixelsByCountAndHeight()
+    {
+        auto dev = makeDevice(1);
+        ov::IMpxPixCfg* cfg = dev->pixCfg();
+        for (int column = 20; column < 30; ++column)
+            QCOMPARE(cfg->setTestColumn(column, true), 0);
+        const ov::RegionRect rect {20, 0, 10, 256};
+        // The digital test tells the dead pixels, which read 0 whatever comes.
+        ov::IMpxFrame* test = nullptr;
+        QCOMPARE(dev->doDigitalTest(nullptr, nullptr, &test), 0);
+        ov::RefData<ov::IMpxFrame> good(test, false);
+        // Mean counts of the test pixels that work.
+        auto testMean = [&](const std::vector<double>& px) {
+            double sum = 0.0;
+            int n = 0;
+            for (int y = 0; y < 256; ++y)
+                for (int x = rect.x; x < rect.x + rect.width; ++x) {
+                    const size_t i = size_t(y) * 256 + size_t(x);
+                    if (static_cast<sim::SimFrame*>(good.get())->pixel(i) == 0.0)
+                        continue;
+                    sum += px[i];
+                    ++n;
+                }
+            return sum / n;
+        };
+        // Pulses of 50 keV, far above the threshold: every test pixel counts every pulse,
+        // and pixels without the test bit read 0.
+        double previous = 0.0;
+        for (uint32_t count : {10u, 100u, 1000u}) {
+            const auto tp = acqbytes::tpBlock(count, 1e-6, 1.0);
+            const std::vector<double> px = measureFrame(*dev, 0.0, &tp);
+            QVERIFY(!px.empty());
+            const double mean = testMean(px);
+            QVERIFY2(mean >= 0.98 * count && mean <= count,
+                qPrintable(QStringLiteral("%1 pulses: %2").arg(count).arg(mean)));
+            QVERIFY(mean > previous);
+            previous = mean;
+            double outside = 0.0;
+            for (size_t i = 0; i < px.size(); ++i)
+                if (int(i % 256) < rect.x || int(i % 256) >= rect.x + rect.width)
+                    outside += px[i];
+            QCOMPARE(outside, 0.0);
+        }
+        // Pulses far below the threshold (0.5 keV against 10 keV) are not seen; at the
+        // threshold about half of them count.
+        QCOMPARE(dev->setThreshold(0, ov::ThresholdCalibrated, 10.0), 0);
+        const auto weak = acqbytes::tpBlock(100, 1e-6, 0.01);
+        QCOMPARE(total(measureFrame(*dev, 0.0, &weak)), 0.0);
+        const double edge = dev->trueThresholdKeV(0) / sim::PhysicsModel::testPulseKeV(1.0);
+        const auto atEdge = acqbytes::tpBlock(100, 1e-6, edge);
+        const double half = testMean(measureFrame(*dev, 0.0, &atEdge));
+        QVERIFY2(half > 15.0 && half < 85.0, qPrintable(QString::number(half)));
+        // A higher threshold hides pulses of the same height.
+        const auto strong = acqbytes::tpBlock(100, 1e-6, 0.3); // 15 keV
+        const double before = testMean(measureFrame(*dev, 0.0, &strong));
+        QCOMPARE(dev->setThreshold(0, ov::ThresholdCalibrated, 25.0), 0);
+        const double after = testMean(measureFrame(*dev, 0.0, &strong));
+        QVERIFY2(before > 95.0 && after < 1.0,
+            qPrintable(QStringLiteral("%1 %2").arg(before).arg(after)));
+    }
+
+    void biasRaisesTheCountsUpToFullDepletion()
+    {
+        auto dev = makeDevice(1);
+        std::vector<double> totals;
+        for (double volts : {10.0, 30.0, 60.0, 150.0}) {
+            QCOMPARE(dev->setBias(volts), 0);
+            totals.push_back(total(measureFrame(*dev, 0.01)));
+        }
+        QVERIFY2(totals[0] < 0.9 * totals[1] && totals[1] < 0.95 * totals[2],
+            qPrintable(QStringLiteral("%1 %2 %3").arg(totals[0]).arg(totals[1]).arg(totals[2])));
+        // Beyond full depletion (60 V) more bias changes nothing.
+        QCOMPARE(totals[3], totals[2]);
+    }
+
+    void theClockScalesTimeOverThresholdAndTimeOfArrival()
+    {
+        auto dev = makeDevice(1);
+        auto ratio = [&](double time) -> double {
+            if (dev->setClock(48.0) != 0)
+                return -1.0;
+            const double at48 = total(measureFrame(*dev, time));
+            if (dev->setClock(24.0) != 0 || !(at48 > 0.0))
+                return -1.0;
+            return total(measureFrame(*dev, time)) / at48;
+        };
+        // Counting: the clock does not matter.
+        QCOMPARE(ratio(0.01), 1.0);
+        // Time over threshold: half the clock, half the clock counts.
+        QCOMPARE(dev->pixCfg()->setModeAll(1), 0);
+        const double tot = ratio(0.001);
+        QVERIFY2(std::fabs(tot - 0.5) < 0.03, qPrintable(QString::number(tot)));
+        // Time of arrival: counts from the first hit to the end of the shutter.
+        QCOMPARE(dev->pixCfg()->setModeAll(3), 0);
+        const double toa = ratio(1e-4);
+        QVERIFY2(std::fabs(toa - 0.5) < 0.01, qPrintable(QString::number(toa)));
+    }
+
+    void refusedBiasAndClockChangeNothingAndSayWhy()
+    {
+        auto dev = makeDevice(1);
+        Counter c;
+        subscribe(*dev, c);
+        LogLines log;
+        dev->registerLogCallback(&LogLines::collect, &log);
+        QCOMPARE(dev->setBias(120.0), 0);
+        QCOMPARE(dev->setClock(40.0), 0);
+        QCOMPARE(c.get("BiasChanged"), 1);
+        QCOMPARE(c.get("TpxClockChanged"), 1);
+        const double before = total(measureFrame(*dev, 0.01));
+        QVERIFY(dev->setBias(std::nan("")) < 0);
+        QVERIFY(dev->setBias(-5.0) < 0);
+        QVERIFY(dev->setBias(250.0) < 0);
+        QVERIFY(dev->setClock(0.5) < 0);
+        QVERIFY(dev->setClock(std::nan("")) < 0);
+        QVERIFY(dev->setClock(101.0) < 0);
+        QCOMPARE(dev->bias(), 120.0);
+        QCOMPARE(dev->clock(), 40.0);
+        QCOMPARE(c.get("BiasChanged"), 1);
+        QCOMPARE(c.get("TpxClockChanged"), 1);
+        QCOMPARE(total(measureFrame(*dev, 0.01)), before);
+        QCOMPARE(log.warnings(),
+            QStringList({QStringLiteral("Bias nan V refused: the bias goes from 0 to 200 V"),
+                QStringLiteral("Bias -5 V refused: the bias goes from 0 to 200 V"),
+                QStringLiteral("Bias 250 V refused: the bias goes from 0 to 200 V"),
+                QStringLiteral("Clock 0.5 MHz refused: the clock goes from 1 to 100 MHz"),
+                QStringLiteral("Clock nan MHz refused: the clock goes from 1 to 100 MHz"),
+                QStringLiteral("Clock 101 MHz refused: the clock goes from 1 to 100 MHz")}));
+        dev->unregisterLogCallback(&LogLines::collect, &log);
+
+        auto mpx2 = makeDevice(1, true);
+        LogLines mlog;
+        mpx2->registerLogCallback(&LogLines::collect, &mlog);
+        QVERIFY(mpx2->setClock(48.0) < 0);
+        QCOMPARE(mlog.warnings(),
+            QStringList {QStringLiteral("Clock 48 MHz refused: a Medipix2 has no Timepix clock")});
+        mpx2->unregisterLogCallback(&LogLines::collect, &mlog);
     }
 };
 
