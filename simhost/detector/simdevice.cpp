@@ -65,6 +65,11 @@ void SimDevice::log(unsigned level, const QString& text)
 {
     const QByteArray utf8 = text.toUtf8();
     m_logCallbacks.call(level, utf8.constData());
+    hostNote(level, text);
+}
+
+void SimDevice::hostNote(unsigned level, const QString& text)
+{
     LogFn hostLog;
     {
         std::lock_guard<std::mutex> lock(m_mutex);

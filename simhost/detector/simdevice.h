@@ -85,6 +85,9 @@ public:
     int addLogCallback(ov::LogCallback cb, void* user);
     int removeLogCallback(ov::LogCallback cb, void* user);
     void log(unsigned level, const QString& text);
+    // A line for the host log only: what the device does routinely, which its user need
+    // not be shown each time (a device line opens the plug-in's message pane).
+    void hostNote(unsigned level, const QString& text);
 
     bool locked() const { return m_locked.load(); }
     // Fires "LockChanged" (data 1 locked, 0 unlocked) when the state changes.

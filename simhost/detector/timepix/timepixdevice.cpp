@@ -404,7 +404,7 @@ int TimepixDevice::doAdvancedAcquisition(
         log(ov::LogWarning,
             QStringLiteral("Measurement: this device has no trigger input; the trigger mode is "
                            "ignored"));
-    log(ov::LogInfo, QString::fromStdString(describeRequest(request)));
+    hostNote(ov::LogInfo, QString::fromStdString(describeRequest(request)));
     m_store.setLimitBytes(static_cast<size_t>(std::max(0.0, frameMemoryMb()) * 1048576.0));
     OutputWriter output(acq, repeatDesc ? &repeat : nullptr,
         [this](unsigned level, const QString& text) { log(level, text); });

@@ -398,8 +398,18 @@ private slots:
     void theDeviceKeepsWhatItWasAskedFor()
     {
         auto dev = makeDevice();
-        LogLines log;
-        dev->registerLogCallback(&LogLines::collect, &log);
+        // What the device measures goes to the host's log only: its user's message pane
+        // is not opened by every measurement.
+        LogLines log, device;
+        sim::SimDevice::Attachment attachment;
+        attachment.hostLog = [&log, &dev](unsigned level, const QString& text) {
+            const QString prefix = dev->name() + QStringLiteral(": ");
+            const std::string line = (text.startsWith(prefix) ? text.mid(prefix.size()) : text)
+                                         .toStdString();
+            LogLines::collect(level, line.c_str(), reinterpret_cast<long>(&log));
+        };
+        dev->attach(attachment);
+        dev->registerLogCallback(&LogLines::collect, &device);
         QCOMPARE(dev->acceptedRequests(), 0u);
         QCOMPARE(dev->pixCfg()->setTestColumn(3, true), 0);
         Acq a;
@@ -471,7 +481,8 @@ private slots:
                                     "first; no output file")),
             1);
         QCOMPARE(log.countStarting(ov::LogInfo, QStringLiteral("Measurement: ")), 2);
-        dev->unregisterLogCallback(&LogLines::collect, &log);
+        QCOMPARE(device.countStarting(ov::LogInfo, QStringLiteral("Measurement: ")), 0);
+        dev->unregisterLogCallback(&LogLines::collect, &device);
     }
 };
 
