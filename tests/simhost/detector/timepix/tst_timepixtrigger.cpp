@@ -404,8 +404,8 @@ private slots:
         sim::SimDevice::Attachment attachment;
         attachment.hostLog = [&log, &dev](unsigned level, const QString& text) {
             const QString prefix = dev->name() + QStringLiteral(": ");
-            const std::string line = (text.startsWith(prefix) ? text.mid(prefix.size()) : text)
-                                         .toStdString();
+            const std::string line
+                = (text.startsWith(prefix) ? text.mid(prefix.size()) : text).toStdString();
             LogLines::collect(level, line.c_str(), reinterpret_cast<long>(&log));
         };
         dev->attach(attachment);
