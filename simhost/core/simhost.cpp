@@ -304,8 +304,10 @@ uint32_t SimHost::unusedSerial() const
 int SimHost::triggerDevice(SimDevice& device, const QString& source)
 {
     const int answer = device.fireTrigger(source);
+    // A taken trigger is routine (one per frame) and goes to the host's own log only; a
+    // missed one is news for the user.
     if (answer == TriggerTaken)
-        log(ov::LogInfo,
+        logDeviceLine(ov::LogInfo,
             QStringLiteral("Trigger (%1) to %2: taken by its measurement")
                 .arg(source, device.name()));
     else if (answer == TriggerMissed)
