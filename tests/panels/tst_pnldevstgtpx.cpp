@@ -300,6 +300,15 @@ private slots:
             QCOMPARE(p.dev.biasValue, 12.5);
             QCOMPARE(p.ui().edBias->text(), QString("12.5"));
         }
+        // Where the point is the decimal sign, a typed comma becomes the point.
+        {
+            StgPanel typed;
+            typed.build();
+            typeInto(typed.ui().edBias, "12,5");
+            QCOMPARE(typed.ui().edBias->text(), QString("12.5"));
+            confirm(typed.ui().edBias);
+            QCOMPARE(typed.dev.biasWrites, std::vector<double>({12.5}));
+        }
         // The field's own conversion replaces the comma whatever the locale.
         StgPanel p;
         p.build();

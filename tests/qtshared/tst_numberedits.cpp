@@ -111,6 +111,23 @@ private slots:
         QVERIFY(edit.hasAcceptableInput());
     }
 
+    void aTypedDecimalCommaIsThePointOfTheLocale()
+    {
+        QDoubleLineEdit edit;
+        edit.doubleValidator()->setRange(0, 200, 4);
+        edit.show();
+        QTest::keyClicks(&edit, "12,5");
+        QCOMPARE(edit.text(), QString("12.5"));
+        QVERIFY(edit.hasAcceptableInput());
+        // Where the comma is the decimal sign it stays as typed.
+        QDoubleLineEdit german;
+        german.doubleValidator()->setLocale(QLocale(QLocale::German, QLocale::Germany));
+        german.doubleValidator()->setRange(0, 200, 4);
+        german.show();
+        QTest::keyClicks(&german, "12,5");
+        QCOMPARE(german.text(), QString("12,5"));
+    }
+
     void horizontalAreaLeavesRoomForItsScrollBar()
     {
         QHorizontalScrollArea area;
