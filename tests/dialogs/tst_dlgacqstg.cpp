@@ -508,7 +508,12 @@ private slots:
         stored.fileFlags = 2 | 128;
         s.ctrl->setAcqParams(stored);
         bool visible = false, binary = false, sub = false, sparse = true;
+        QStringList fileParams;
         QVERIFY(runDialog(s, [&](DlgAcqStg* d) {
+            // The multi-frame type's own parameters, straight from the host.
+            QAbstractItemModel* model = d->form()->tvFileParams->model();
+            for (int row = 0; row < model->rowCount(); ++row)
+                fileParams << model->index(row, 0).data().toString();
             visible = !d->form()->wgtMpxFrameFileStg->isHidden();
             binary = d->form()->chbMpxFrameBinary->isChecked();
             sub = d->form()->chbMpxFrameSubFramesOneFile->isChecked();
@@ -519,6 +524,7 @@ private slots:
             clickCheckBox(d->form()->chbMpxFrameSubFramesOneFile);
         }));
         QVERIFY(visible);
+        QVERIFY(fileParams.contains("Compression"));
         QVERIFY(binary);
         QVERIFY(sub);
         QVERIFY(!sparse);
