@@ -93,11 +93,15 @@ void DlgAcqStg::addTriggerParams()
             break;
         case PT_RANGE: {
             auto* box = new QSpinBox(ui->gbTrigger);
-            const QStringList bounds = values.empty()
-                ? QStringList()
-                : QString::fromStdString(values.front()).split(QStringLiteral(".."));
-            if (bounds.size() == 2)
-                box->setRange(bounds[0].trimmed().toInt(), bounds[1].trimmed().toInt());
+            // The two numbers around "..", in decimal, whatever text surrounds them.
+            static const QRegularExpression range(QStringLiteral("(\\d+)\\.\\.(\\d+)"));
+            for (const std::string& value : values) {
+                const QRegularExpressionMatch bounds = range.match(QString::fromStdString(value));
+                if (bounds.hasMatch()) {
+                    box->setRange(bounds.captured(1).toInt(), bounds.captured(2).toInt());
+                    break;
+                }
+            }
             box->setValue(param->byteValue());
             control = box;
             break;

@@ -236,6 +236,10 @@ void QParamsBrowser::userChangedData(PropTree::QProperty* property)
         result = param->setAliasValue(asked.toUtf8().constData());
     } else {
         const QVariant value = property->getValue();
+        // A cell left as it was shown writes nothing (a value beyond the bounds of its
+        // editor included).
+        if (value == valueOf(param))
+            return;
         asked = value.toString();
         result = writeValue(param, value);
     }

@@ -76,7 +76,12 @@ bool QIntegerProperty::setEditorData(QWidget* editor)
 QVariant QIntegerProperty::getEditorData(QWidget* editor) const
 {
     auto* box = qobject_cast<QSpinBox*>(editor);
-    return box ? QVariant(box->value()) : QVariant();
+    if (!box)
+        return {};
+    // An editor left at the value clipped to the bounds gives the value back as it was.
+    const int value = getValue().toInt();
+    return box->value() == std::clamp(value, m_min, m_max) ? QVariant(value)
+                                                           : QVariant(box->value());
 }
 
 // ---------------------------------------------------------------------------------

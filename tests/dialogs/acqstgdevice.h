@@ -49,6 +49,7 @@ public:
         params.add("TrgOutputEnabled", "Pulse out at shutter open [true|false]", ov::ParamBool)
             .assign(1);
         params.add("TriggerLevel", "Active level [log 0|log 1]", ov::ParamU8).assign(1);
+        params.add("TrgHoldOff", "Dead time after a trigger [2..40 ms]", ov::ParamU8).assign(9);
         params.add("TrgSource", "Where triggers come from [string]", ov::ParamString)
             .assignText("LEMO input");
         params.add("TrgCount", "Triggers received since the device was opened", ov::ParamU32)

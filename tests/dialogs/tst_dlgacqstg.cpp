@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSet>
 #include <QSpinBox>
 #include <QtTest>
 
@@ -150,6 +151,8 @@ private slots:
         QStringList controls;
         QString checkText;
         int timeoutMax = 0;
+        QPair<int, int> holdOffRange;
+        int holdOffValue = 0;
         runDialog(s, [&](DlgAcqStg* d) {
             auto* grid = qobject_cast<QGridLayout*>(d->form()->gbTrigger->layout());
             for (int row = 1; row < grid->rowCount(); ++row) {
@@ -159,15 +162,25 @@ private slots:
             }
             checkText = d->findChild<QCheckBox*>("TrgOutputEnabled")->text();
             timeoutMax = d->findChild<QSpinBox*>("TrgTimeout")->maximum();
+            auto* holdOff = d->findChild<QSpinBox*>("TrgHoldOff");
+            holdOffRange = qMakePair(holdOff->minimum(), holdOff->maximum());
+            holdOffValue = holdOff->value();
         });
         // Sorted by the kind of value: yes/no, logic levels, ranges, lists, texts. The
         // counter without a value list and the gain get no row.
-        QCOMPARE(
-            labels, QStringList({"Output Enabled", "Level", "Timeout", "Input Edge", "Source"}));
+        // The sort is not stable: the two ranges come in either order.
+        QCOMPARE(labels.mid(0, 2), QStringList({"Output Enabled", "Level"}));
+        QCOMPARE(QSet<QString>(labels.begin() + 2, labels.begin() + 4),
+            QSet<QString>({"Timeout", "Hold Off"}));
+        QCOMPARE(labels.mid(4), QStringList({"Input Edge", "Source"}));
         QCOMPARE(controls,
-            QStringList({"QCheckBox", "QComboBox", "QSpinBox", "QComboBox", "QLineEdit"}));
+            QStringList(
+                {"QCheckBox", "QComboBox", "QSpinBox", "QSpinBox", "QComboBox", "QLineEdit"}));
         QCOMPARE(checkText, QString("Yes"));
         QCOMPARE(timeoutMax, 1000);
+        // A range with a unit after it still gives its bounds.
+        QCOMPARE(holdOffRange, qMakePair(2, 40));
+        QCOMPARE(holdOffValue, 9);
     }
 
     void triggerValuesTravelInEightBits()

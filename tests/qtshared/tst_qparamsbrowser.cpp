@@ -250,6 +250,26 @@ private slots:
         QTRY_COMPARE(int(mgr.find("Gain")->u16Value()), 1234);
     }
 
+    void movingThroughACellKeepsAValueBeyondItsEditor()
+    {
+        sim::SimParamMgr mgr;
+        int writes = 0;
+        mgr.add("Offset", "", ov::ParamI8)
+            .setChanged([&writes](const sim::SimParam&) { ++writes; })
+            .assign(-128);
+        mgr.add("Big", "", ov::ParamU32).assign(4000000000.0);
+        Browser b(&mgr);
+        for (const char* name : {"Offset", "Big"}) {
+            auto* spin = b.openEditor<QSpinBox>(name);
+            QVERIFY(spin);
+            QTest::keyClick(spin, Qt::Key_Return);
+            QTest::qWait(50);
+        }
+        QCOMPARE(int(mgr.find("Offset")->i8Value()), -128);
+        QCOMPARE(mgr.find("Big")->u32Value(), 4000000000u);
+        QCOMPARE(writes, 0);
+    }
+
     void namedValuesAreAList()
     {
         sim::SimParamMgr mgr;
