@@ -45,21 +45,6 @@ void showWindow(TimepixPage& page)
     QVERIFY(QTest::qWaitForWindowExposed(page.fixture.window()));
 }
 
-// Chooses an item of a combo box with the keyboard.
-void chooseItem(QComboBox* combo, int index)
-{
-    combo->setFocus();
-    while (combo->currentIndex() < index)
-        QTest::keyClick(combo, Qt::Key_Down);
-    while (combo->currentIndex() > index)
-        QTest::keyClick(combo, Qt::Key_Up);
-}
-
-void clickCheckBox(QCheckBox* box)
-{
-    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
-}
-
 // Clicks the gear button; act works on the dialog, then OK or Cancel is clicked.
 // Returns whether the dialog was seen.
 bool viaGearButton(TimepixPage& page, const std::function<void(DlgAcqStg*)>& act, bool ok)

@@ -63,21 +63,6 @@ bool runDialog(Setup& s, const Act& act, bool ok = true, bool* seen = nullptr)
     return result;
 }
 
-void clickCheckBox(QCheckBox* box)
-{
-    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
-}
-
-// Chooses an item of a combo box with the keyboard, as a user does.
-void chooseItem(QComboBox* combo, int index)
-{
-    combo->setFocus();
-    while (combo->currentIndex() < index)
-        QTest::keyClick(combo, Qt::Key_Down);
-    while (combo->currentIndex() > index)
-        QTest::keyClick(combo, Qt::Key_Up);
-}
-
 // The label text in column 0 of a row of a grid, or "" when there is none.
 QString labelAt(QGridLayout* grid, int row)
 {
@@ -441,10 +426,11 @@ private slots:
         QCOMPARE(countMinimum, 0);
         QCOMPARE(periodShown, 200.0);
         QCOMPARE(heightShown, 0.75);
+        // The records are packed: their fields are read by value, never bound by reference.
         const TpParams& out = s.ctrl->tpParams();
-        QCOMPARE(out.tpx.pulseCount, 400u);
+        QCOMPARE(uint32_t(out.tpx.pulseCount), 400u);
         QVERIFY(qAbs(out.tpx.pulsePeriod - 50e-6) < 1e-12);
-        QCOMPARE(out.tpx.pulseHeight, 1.234);
+        QCOMPARE(double(out.tpx.pulseHeight), 1.234);
         QCOMPARE(int(out.tpx.manualTpBits), 1);
     }
 
@@ -457,9 +443,9 @@ private slots:
         tp.tpx.pulseHeight = 9.0;
         s.ctrl->setTpParams(tp);
         QVERIFY(runDialog(s, {}));
-        QCOMPARE(s.ctrl->tpParams().tpx.pulseCount, 1000u);
+        QCOMPARE(uint32_t(s.ctrl->tpParams().tpx.pulseCount), 1000u);
         QVERIFY(qAbs(s.ctrl->tpParams().tpx.pulsePeriod - 0.01) < 1e-12);
-        QCOMPARE(s.ctrl->tpParams().tpx.pulseHeight, 2.0);
+        QCOMPARE(double(s.ctrl->tpParams().tpx.pulseHeight), 2.0);
     }
 
     void calibrateDataOnTheTimepix()
@@ -583,9 +569,9 @@ private slots:
             QStringList({"Pulse count (1 - 500)", "Pulse period (1 - 1e+03) [us]",
                 "Pulse Charge1 (0 - 1.5) [V]", "Pulse Charge2 (0 - 0.25) [V]"}));
         QVERIFY(!calibrationShown);
-        QCOMPARE(s.ctrl->tpParams().mpx3.charge2, 0.2);
-        QCOMPARE(s.ctrl->tpParams().mpx3.charge1, 0.5);
-        QCOMPARE(s.ctrl->tpParams().mpx3.pulseCount, 20u);
+        QCOMPARE(double(s.ctrl->tpParams().mpx3.charge2), 0.2);
+        QCOMPARE(double(s.ctrl->tpParams().mpx3.charge1), 0.5);
+        QCOMPARE(uint32_t(s.ctrl->tpParams().mpx3.pulseCount), 20u);
     }
 
     void testPulseGroupOfTheTimepix3()
@@ -622,7 +608,7 @@ private slots:
         QCOMPARE(s.dev.calibrationWrites, 1);
         const Tpx3Pulses& out = s.ctrl->tpParams().tpx3;
         QCOMPARE(int(out.phase), 12);
-        QCOMPARE(out.charge, 1u); // clipped to the spin box's minimum
+        QCOMPARE(uint32_t(out.charge), 1u); // clipped to the spin box's minimum
         QCOMPARE(int(out.digital), 1);
         QCOMPARE(int(out.external), 1);
     }
@@ -652,7 +638,7 @@ private slots:
             QStringList({"Pulse count (1 - 200)", "Pulse period (1 - 5e+03) [us]",
                 "Pulse Height (0 - 12345.5)[e]"}));
         QVERIFY(rowTwoEmpty);
-        QCOMPARE(s.ctrl->tpParams().tpx2.pulseHeight, 2500.5);
+        QCOMPARE(double(s.ctrl->tpParams().tpx2.pulseHeight), 2500.5);
     }
 
     void theGroupIsBuiltWithoutTestPulseTypes()
