@@ -158,10 +158,13 @@ void MainWindow::onDeviceRemovedWrapper(long eventData, long userData)
 {
     auto* window = reinterpret_cast<MainWindow*>(userData);
     const auto dev = static_cast<unsigned long long>(eventData);
-    if (QThread::currentThread() == qApp->thread())
+    if (QThread::currentThread() == qApp->thread()) {
         window->onDeviceRemoved(dev);
-    else
-        emit window->sigDeviceRemoved(dev);
+        return;
+    }
+    emit window->sigDeviceRemoved(dev);
+    // Pairs with the release at the end of onDeviceRemoved.
+    (void)window->removalsDone.load(std::memory_order_acquire);
 }
 
 void MainWindow::onNewDevice(unsigned long long dev)
@@ -371,6 +374,11 @@ void MainWindow::onReconnect(QWidget* widget)
 
 void MainWindow::onDeviceRemoved(unsigned long long devId)
 {
+    struct MarkDone
+    {
+        std::atomic<unsigned long long>& count;
+        ~MarkDone() { count.fetch_add(1, std::memory_order_release); }
+    } markDone {removalsDone};
     auto* dev = reinterpret_cast<ov::IDev*>(devId);
     if (!dev)
         return;

@@ -10,6 +10,8 @@
 #include <QPointer>
 #include <QString>
 
+#include <atomic>
+
 class QMenuBar;
 class QTimer;
 class QFancyTabWidget;
@@ -98,6 +100,11 @@ private:
     // Deletes the retired views once nothing of them can be on the call stack.
     QTimer* reaper = nullptr;
     int quietTicks = 0;
+    // Counts removals the GUI thread has finished. The host thread that fired the
+    // removal reads it (acquire) once the blocking call returns, before the host frees
+    // the device: Qt's own wait already orders the two, this states the order in a form
+    // the thread checker can see, as Qt's internals are not built for it.
+    std::atomic<unsigned long long> removalsDone {0};
     QMap<QString, QString> deviceImages;
     QMenuBar* curMenuBar = nullptr;
     DevView* curView = nullptr;
