@@ -31,7 +31,8 @@ RUN_PACKAGES=(cmake make g++ pkg-config qt6-base-dev qt6-base-dev-tools libgl-de
 TEST_PACKAGES=(libbenchmark-dev clang libclang-rt-14-dev clang-format)
 
 # configure_and_build BUILD_DIR [cmake args...]: configures, then builds everything,
-# or only the targets named in BUILD_TARGETS.
+# or only the targets named in BUILD_TARGETS, or only the tests labelled BUILD_TEST_LABEL
+# (a test's name is its target's name).
 configure_and_build() {
     local dir="$1"
     shift
@@ -49,7 +50,12 @@ configure_and_build() {
         return 1
     }
     local targets=()
-    [ -n "${BUILD_TARGETS:-}" ] && targets=(--target $BUILD_TARGETS)
+    if [ -n "${BUILD_TEST_LABEL:-}" ]; then
+        targets=(--target $(ctest --test-dir "$dir" -N -L "$BUILD_TEST_LABEL" |
+            sed -n 's/^ *Test *#[0-9]*: *//p'))
+    elif [ -n "${BUILD_TARGETS:-}" ]; then
+        targets=(--target $BUILD_TARGETS)
+    fi
     cmake --build "$dir" -j "$(nproc)" "${targets[@]}"
 }
 
