@@ -292,9 +292,16 @@ protected:
     ~IDataMgr() = default;
 };
 
+// Kinds reported by IDataFilter::filterType().
+enum DataFilterType : int {
+    DataFilterFrame = 1, // works on one frame at a time
+    DataFilterGroup = 3, // a chain of other filters, an IDataFilterGroup
+};
+
 class IDataFilter
 {
 public:
+    // DataFilterGroup (3) for a group, IDataFilterGroup then being its interface.
     virtual int filterType() = 0;
     virtual int filterName(String& out) = 0;
     virtual bool isSuitable(IMpxFrame* frame) = 0;
@@ -322,12 +329,14 @@ class IDataFilterMgr
 public:
     virtual int addGroup(const char* name) = 0;
     virtual int removeFilter(IDev* dev, IDataFilter* filter) = 0;
-    virtual int filters(IDev* dev, PtrList<IDataFilter*>& out) = 0;
+    // The filters the device's frames can be shown through, the groups among them only
+    // when withGroups is set. The manager owns them.
+    virtual int filters(const IDev* dev, PtrList<IDataFilter*>& out, bool withGroups) = 0;
 
-    std::vector<IDataFilter*> deviceFilters(IDev* dev)
+    std::vector<IDataFilter*> deviceFilters(const IDev* dev, bool withGroups)
     {
         PtrList<IDataFilter*> list;
-        filters(dev, list);
+        filters(dev, list, withGroups);
         return list.items();
     }
 

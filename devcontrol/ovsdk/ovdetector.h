@@ -68,6 +68,12 @@ public:
     virtual int subFrameCount() const = 0;
     virtual int subFrames(PtrList<IMpxFrame*>* out) = 0;
     virtual int setAcqTime(double seconds) = 0;
+    // Pixels of the region (or of the whole frame for null) whose value is not zero;
+    // NaN counts as not zero.
+    virtual int nonZeroCount(const Region* region) = 0;
+
+    double total(const Region* region) { return regionTotal(region); }
+    double mean(const Region* region) { return regionMean(region); }
 
     std::string frameName() const
     {

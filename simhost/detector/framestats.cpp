@@ -365,6 +365,19 @@ double total(int dataType, const void* pixels, const std::vector<Span>& spans)
     return visitFrameType(dataType, [&](auto t) { return totalOf<decltype(t)>(pixels, spans); });
 }
 
+size_t nonZeroCount(int dataType, const void* pixels, const std::vector<Span>& spans)
+{
+    return visitFrameType(dataType, [&](auto t) {
+        using T = decltype(t);
+        const T* p = static_cast<const T*>(pixels);
+        size_t n = 0;
+        for (const Span& s : spans)
+            for (size_t i = s.begin; i < s.begin + s.count; ++i)
+                n += p[i] != T(0) ? 1 : 0; // NaN != 0 holds
+        return n;
+    });
+}
+
 double squaredDeviations(
     int dataType, const void* pixels, const std::vector<Span>& spans, double mean)
 {

@@ -40,6 +40,9 @@ Extremes extremes(int dataType, const void* pixels, const std::vector<Span>& spa
 // Sum of the region's pixels as doubles, added one after the other.
 double total(int dataType, const void* pixels, const std::vector<Span>& spans);
 
+// Pixels of the region that are not zero (NaN is not zero).
+size_t nonZeroCount(int dataType, const void* pixels, const std::vector<Span>& spans);
+
 // Sum of (pixel - mean)^2, added one after the other.
 double squaredDeviations(
     int dataType, const void* pixels, const std::vector<Span>& spans, double mean);

@@ -348,7 +348,7 @@ framestats::Extremes SimFrame::extremes(const Spans& spans) const
     return e;
 }
 
-double SimFrame::total(const Spans& spans) const
+double SimFrame::spansTotal(const Spans& spans) const
 {
     const bool keep = keepable(spans);
     const uint64_t generation = m_generation.load(std::memory_order_acquire);
@@ -418,12 +418,12 @@ double SimFrame::regionMean(const ov::Region* region)
     size_t count = 0;
     for (const framestats::Span& s : spans)
         count += s.count;
-    return count ? total(spans) / static_cast<double>(count) : 0.0;
+    return count ? spansTotal(spans) / static_cast<double>(count) : 0.0;
 }
 
 double SimFrame::regionTotal(const ov::Region* region)
 {
-    return total(spansOf(region));
+    return spansTotal(spansOf(region));
 }
 
 double SimFrame::regionDeviation(const ov::Region* region)
@@ -444,7 +444,7 @@ double SimFrame::regionDeviation(const ov::Region* region)
             return k.hasDeviation;
         }))
         return deviation;
-    const double mean = total(spans) / static_cast<double>(count);
+    const double mean = spansTotal(spans) / static_cast<double>(count);
     cleanVectorState();
     const double acc = framestats::squaredDeviations(m_type, m_data.data(), spans, mean);
     deviation = std::sqrt(acc / static_cast<double>(count));
@@ -455,6 +455,12 @@ double SimFrame::regionDeviation(const ov::Region* region)
             return true;
         });
     return deviation;
+}
+
+int SimFrame::nonZeroCount(const ov::Region* region)
+{
+    cleanVectorState();
+    return static_cast<int>(framestats::nonZeroCount(m_type, m_data.data(), spansOf(region)));
 }
 
 int SimFrame::pixelCountInRegion(const ov::Region* region)

@@ -92,6 +92,7 @@ public:
     // Adds the sub-frames without references (they live as long as this frame).
     int subFrames(ov::PtrList<ov::IMpxFrame*>* out) override;
     int setAcqTime(double seconds) override;
+    int nonZeroCount(const ov::Region* region) override;
 
     // Host side.
     // Takes a reference on frame and keeps it as the next sub-frame.
@@ -149,7 +150,7 @@ private:
     // Whether the kept statistics may serve spans: the whole frame, never lent out.
     bool keepable(const Spans& spans) const;
     framestats::Extremes extremes(const Spans& spans) const;
-    double total(const Spans& spans) const;
+    double spansTotal(const Spans& spans) const;
     // The histogram rule over [min, max] into out; returns the pixels counted.
     size_t histogramOf(const Spans& spans, const framestats::Extremes& ext, int bins, double min,
         double max, double* out) const;

@@ -201,6 +201,7 @@ public:
     int subFrameCount() const override { return {}; }
     int subFrames(PtrList<IMpxFrame*>*) override { return {}; }
     int setAcqTime(double) override { return {}; }
+    int nonZeroCount(const Region*) override { return {}; }
 
 protected:
     ~NullMpxFrame() = default;

@@ -29,6 +29,7 @@ struct Reference
     double minNonZero = 0.0;
     double sum = 0.0;
     double deviation = 0.0;
+    size_t nonZero = 0;
 };
 
 std::vector<size_t> regionIndices(unsigned w, unsigned h, const ov::Region* region)
@@ -69,6 +70,7 @@ Reference reference(const std::vector<double>& px, unsigned w, unsigned h, const
         mn = std::min(mn, v);
         mx = std::max(mx, v);
         if (v != 0.0) {
+            ++r.nonZero;
             hasNonZero = true;
             nz = std::min(nz, v);
         }
@@ -259,6 +261,7 @@ void compareWithReference(sim::SimFrame* f, const char* what)
                     referenceFractile(px, r, 0.3, 0));
             }
             QCOMPARE(f->pixelCountInRegion(region), int(r.count));
+            QCOMPARE(f->nonZeroCount(region), int(r.nonZero));
             check("minValue", f->minValue(region), r.min);
             check("maxValue", f->maxValue(region), r.max);
             check("minNonZero", f->minNonZero(region), r.minNonZero);
@@ -352,6 +355,12 @@ private slots:
         QCOMPARE(f->regionTotal(&r2), 14.0);
         const ov::Region empty {nullptr, 0};
         QCOMPARE(f->pixelCountInRegion(&empty), 12);
+        // Only pixel 0 is zero.
+        QCOMPARE(f->nonZeroCount(nullptr), 11);
+        QCOMPARE(f->nonZeroCount(&r2), 3);
+        QCOMPARE(f->nonZeroCount(&r), 4);
+        QCOMPARE(f->total(&r), f->regionTotal(&r));
+        QCOMPARE(f->mean(&r), 7.5);
 
         // Histogram over [0, 12) in 4 bins: 3 pixels each.
         double hist[4];
