@@ -4,6 +4,7 @@
 
 #include "vectorstate.h"
 
+#include "pnlimageinfo.h"
 #include "pnlimageprops.h"
 
 #include <outputfilename.h>
@@ -968,25 +969,34 @@ void DevCtrlMpx::onSelectionRectsChanged(QList<QRect> rects)
 
 // The image properties panel takes frame and region (with a null frame only it is
 // told), the histogram panel updates from them within the image properties' range, and
-// the image info panel recomputes its statistics. Until those panels are built the
-// hand-over is the signal alone.
+// the image info panel recomputes its statistics.
 void DevCtrlMpx::updateRegionStatistics(
     const ov::RefData<ov::IMpxFrame>& frame, const FrameRegion& region)
 {
-    if (imagePropsPanel) {
-        const ov::Region panelRegion = region.region();
+    const ov::Region panelRegion = region.region();
+    if (imagePropsPanel)
         imagePropsPanel->onFrameChanged(frame.get(), &panelRegion);
-    }
+    if (frame && imageInfoPanel)
+        imageInfoPanel->updateStatistics(frame.get(), &panelRegion);
     emit sigFrameRegionChanged(frame, region);
 }
 
-// The image info panel clears its coordinates here once it is built.
-void DevCtrlMpx::onMpxFrameMouseLeave() { }
+void DevCtrlMpx::onMpxFrameMouseLeave()
+{
+    if (imageInfoPanel)
+        imageInfoPanel->onMpxFrameMouseLeave();
+}
+
+void DevCtrlMpx::reportMouseAt(unsigned x, unsigned y, double value)
+{
+    emit sigFrameMouseMove(static_cast<int>(x), static_cast<int>(y), value);
+    if (imageInfoPanel)
+        imageInfoPanel->updateCoordinates(static_cast<int>(x), static_cast<int>(y), value);
+}
 
 QString DevCtrlMpx::onFrameTooltip(unsigned x, unsigned y, double value)
 {
-    // The image info panel follows the coordinates through this signal.
-    emit sigFrameMouseMove(static_cast<int>(x), static_cast<int>(y), value);
+    reportMouseAt(x, y, value);
 
     const PixCfgType type = pixCfgType.load();
     if (type == PixCfgMask) // 1 means that the pixel counts

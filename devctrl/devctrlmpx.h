@@ -267,6 +267,8 @@ public slots:
     void onRangeChanged(double min, double max);
 
 protected:
+    // The pixel under the mouse goes to the image info panel and to sigFrameMouseMove.
+    void reportMouseAt(unsigned x, unsigned y, double value);
     // Device events are registered with this relay as their user data: the host cannot
     // forget them, so the controller's destructors cut the relay first.
     CallbackRelay* const eventRelay;

@@ -283,7 +283,7 @@ QString DevCtrlMpx2::onFrameTooltip(unsigned x, unsigned y, double value)
 {
     const double mode = std::trunc(value);
     if (pixCfgType.load() == PixCfgFifth && mode >= 0.0 && mode <= 3.0 && mpx2->isTimepix()) {
-        emit sigFrameMouseMove(static_cast<int>(x), static_cast<int>(y), value);
+        reportMouseAt(x, y, value);
         return QStringLiteral("[%1,%2]=%3")
             .arg(x)
             .arg(y)

@@ -3,6 +3,8 @@
 #include "devctrlmpx2.h"
 #include "devviewmpxui.h"
 #include "pnldevstgtpx.h"
+#include "pnlfilters.h"
+#include "pnlimageinfo.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
 #include "pnlmeasurement.h"
@@ -25,9 +27,12 @@ DevViewMpx2::~DevViewMpx2() = default;
 
 void DevViewMpx2::releaseDevice()
 {
-    // The settings panel stops its polling and forgets the controller before it goes.
+    // The settings panel stops its polling and forgets the controller before it goes;
+    // the filters panel closes a dialog of its own that is open.
     if (stgPanel)
         stgPanel->releaseDevice();
+    if (filtersPanel)
+        filtersPanel->releaseDevice();
     DevViewMpx::releaseDevice();
     // The family's pointers name the same device and controller, both gone now.
     devFamily = nullptr;
@@ -48,8 +53,8 @@ void DevViewMpx2::setupPanels()
 {
     DevViewMpx::setupPanels();
     // The settings column in its order: image properties, advanced image properties,
-    // measurement, detector settings, then the digital test, filters, image info and
-    // histogram panels as they are built.
+    // measurement, detector settings, (the digital test,) filters, image info and
+    // histogram.
     imagePropsPanel = new PnlImageProps(this, mpxFrame, ctrl);
     addStgPanel(imagePropsPanel);
     imagePropsAdvPanel = new PnlImagePropsAdv(this, mpxFrame, ctrl);
@@ -58,8 +63,11 @@ void DevViewMpx2::setupPanels()
     addStgPanel(measurementPanel);
     stgPanel = new PnlDevStgTpx(this, ctrlFamily);
     addStgPanel(stgPanel);
-    // Digital test (digTestPanel), filters (filtersPanel), image info (imageInfoPanel)
-    // and histogram (histogramPanel) go here, in that order.
+    // The digital test panel (digTestPanel) comes here once it is built.
+    filtersPanel = new PnlFilters(this, ctrl);
+    addStgPanel(filtersPanel);
+    imageInfoPanel = new PnlImageInfo(this);
+    addStgPanel(imageInfoPanel);
 
     // The first six panels share the height they can use; the spacer at the end
     // takes what they leave.
@@ -77,12 +85,13 @@ void DevViewMpx2::setupPanels()
 
 void DevViewMpx2::setupPanelsMenu()
 {
-    // "Filters", "Digital Test", "Image Info" and "Histogram" join after these with
-    // their panels.
+    // "Digital Test" (hidden by default) joins after "Filters" with its panel.
     addPanelAction("Image Properties", imagePropsPanel, true);
     addPanelAction("Advanced Image Properties", imagePropsAdvPanel, false);
     addPanelAction("Measurement", measurementPanel, true);
     addPanelAction("Detector Settings", stgPanel, true);
+    addPanelAction("Filters", filtersPanel, true);
+    addPanelAction("Image Info", imageInfoPanel, true);
 }
 
 void DevViewMpx2::loadSettings()

@@ -8,6 +8,7 @@ namespace PluginDevControl {
 
 class DevCtrlMpx2;
 class PnlDevStgTpx;
+class PnlFilters;
 class PnlMeasurement;
 
 class DevViewMpx2 : public DevViewMpx
@@ -37,6 +38,7 @@ public:
     DevCtrlMpx2* familyController() const { return ctrlFamily; }
     PnlMeasurement* measurement() const { return measurementPanel; }
     PnlDevStgTpx* settingsPanel() const { return stgPanel; }
+    PnlFilters* filters() const { return filtersPanel; }
     // The reset entries of the second tool bar, in menu order.
     QList<QAction*> resetActions() const;
 
@@ -51,8 +53,7 @@ protected:
     DevCtrlMpx2* ctrlFamily = nullptr;
     PnlDevStgTpx* stgPanel = nullptr;
     PnlMeasurement* measurementPanel = nullptr;
-    // The filters panel joins the column once it exists.
-    QWidget* filtersPanel = nullptr;
+    PnlFilters* filtersPanel = nullptr;
     QAction* acResetAllBits = nullptr;
     QAction* acResetMaskBits = nullptr;
     QAction* acResetTestBits = nullptr;

@@ -319,6 +319,15 @@ class IDataFilterGroup : public IDataFilter
 public:
     virtual int addFilterByName(const char* name) = 0;
     virtual int clearFilters() = 0;
+    // The members in the order they are applied; a filter may stand several times.
+    virtual int groupFilters(PtrList<IDataFilter*>& out) = 0;
+
+    std::vector<IDataFilter*> members()
+    {
+        PtrList<IDataFilter*> list;
+        groupFilters(list);
+        return list.items();
+    }
 
 protected:
     ~IDataFilterGroup() = default;

@@ -689,6 +689,28 @@ void minusBadge(QPainter& p)
     p.drawLine(QPointF(10, 12), QPointF(14, 12));
 }
 
+// A funnel: the filters of a page.
+void funnel(QPainter& p)
+{
+    QPainterPath path;
+    path.moveTo(1.5, 2.0);
+    path.lineTo(13.5, 2.0);
+    path.lineTo(8.8, 7.8);
+    path.lineTo(8.8, 13.5);
+    path.lineTo(6.2, 12.0);
+    path.lineTo(6.2, 7.8);
+    path.closeSubpath();
+    p.setPen(inkPen(0.9));
+    p.setBrush(QColor("#4f86c6"));
+    p.drawPath(path);
+}
+
+void plusBadge(QPainter& p)
+{
+    minusBadge(p);
+    p.drawLine(QPointF(12, 10), QPointF(12, 14));
+}
+
 void selection(QPainter& p)
 {
     QPen d(kInk, 1, Qt::CustomDashLine, Qt::FlatCap);
@@ -944,6 +966,14 @@ void drawSmallImages(const QDir& root)
     render(tb2("thlover.png"), 16, [](QPainter& p) { thresholdShift(p, true); });
     render(tb2("thlunder.png"), 16, [](QPainter& p) { thresholdShift(p, false); });
     render(tb2("reset.png"), 16, resetBits);
+    render(tb2("filtergroupadd.png"), 16, [](QPainter& p) {
+        funnel(p);
+        plusBadge(p);
+    });
+    render(tb2("filtergroupremove.png"), 16, [](QPainter& p) {
+        funnel(p);
+        minusBadge(p);
+    });
 
     for (int size : {16, 32, 48, 96, 256})
         render(root.filePath(QString("icons/Orvel_icon_white_%1x%1.png").arg(size)), size, logo);

@@ -169,6 +169,23 @@ public:
     int calibrationMatrices(int, double*, double*, double*, double*) override { return {}; }
 };
 
+// A host that offers nothing; tests override what they need.
+class NullOrvel : public ov::IOrvel
+{
+public:
+    virtual ~NullOrvel() = default;
+    int devices(PtrList<IDev*>&) override { return 0; }
+    ISettings* moduleSettings(const char*, IDev*, int) override { return nullptr; }
+    ICoreSettings* settingsStore() override { return nullptr; }
+    IDataMgr* dataMgr() override { return nullptr; }
+    IDataFilterMgr* dataFilterMgr() override { return nullptr; }
+    int registerEvent(const char*, EventCallback, void*) override { return -1; }
+    int registerLogCallback(LogCallback, void*) override { return -1; }
+    int unregisterLogCallback(LogCallback, void*) override { return -1; }
+    IUiHooks* uiHooks() override { return nullptr; }
+    int requestExit() override { return -1; }
+};
+
 class NullMpxFrame : public ov::IMpxFrame
 {
 public:

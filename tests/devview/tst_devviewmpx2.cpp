@@ -6,6 +6,8 @@
 
 #include "../panels/questionstep.h"
 #include "pnldevstgtpx.h"
+#include "pnlfilters.h"
+#include "pnlimageinfo.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
 #include "pnlmeasurement.h"
@@ -71,9 +73,12 @@ private slots:
         QCOMPARE(column->itemAt(2)->widget(), page.view->measurement());
         QVERIFY(page.view->settingsPanel());
         QCOMPARE(column->itemAt(3)->widget(), page.view->settingsPanel());
-        // The spacer stays last and takes what the panels leave.
+        QCOMPARE(column->itemAt(4)->widget(), page.view->filters());
+        QVERIFY(qobject_cast<PnlImageInfo*>(column->itemAt(5)->widget()));
+        // The spacer stays last and takes what the panels leave; the first six panels
+        // share the height.
         QVERIFY(column->itemAt(column->count() - 1)->spacerItem());
-        for (int i = 0; i < column->count() - 1; ++i)
+        for (int i = 0; i < 6; ++i)
             QCOMPARE(column->stretch(i), 1);
         QVERIFY(page.ui().saSettings->minimumWidth() >= 260);
         QVERIFY(page.ui().saSettings->minimumWidth()
@@ -85,15 +90,19 @@ private slots:
         TimepixPage page;
         QVERIFY(page.view);
         const QList<QAction*> actions = page.view->panelsMenu()->actions();
-        QCOMPARE(actions.size(), 4);
-        QCOMPARE(actions.at(0)->text(), QString("Image Properties"));
-        QCOMPARE(actions.at(1)->text(), QString("Advanced Image Properties"));
-        QCOMPARE(actions.at(2)->text(), QString("Measurement"));
-        QCOMPARE(actions.at(3)->text(), QString("Detector Settings"));
+        QStringList texts;
+        for (QAction* a : actions)
+            texts << a->text();
+        QCOMPARE(texts,
+            QStringList({"Image Properties", "Advanced Image Properties", "Measurement",
+                "Detector Settings", "Filters", "Image Info"}));
         QVERIFY(actions.at(0)->isChecked());
         QVERIFY(!actions.at(1)->isChecked());
         QVERIFY(actions.at(2)->isChecked());
         QVERIFY(actions.at(3)->isChecked());
+        QVERIFY(actions.at(4)->isChecked());
+        QVERIFY(actions.at(5)->isChecked());
+        QVERIFY(!page.view->filters()->isHidden());
         QVERIFY(!page.view->measurement()->isHidden());
         QVERIFY(!page.view->settingsPanel()->isHidden());
 
