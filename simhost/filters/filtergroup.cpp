@@ -140,8 +140,10 @@ bool FilterGroup::isSuitable(ov::IMpxFrame* frame)
     }
     std::vector<FrameFilter*> chain;
     QString why;
-    if (chainFor(f->width(), f->height(), &chain, &why))
+    if (chainFor(f->width(), f->height(), &chain, &why)) {
+        m_unsuitable.clear();
         return true;
+    }
     noteUnsuitable(why);
     return false;
 }

@@ -126,8 +126,10 @@ bool FrameFilter::isSuitable(ov::IMpxFrame* frame)
     QString why;
     if (!f)
         why = QStringLiteral("the frame was not made by this host");
-    else if (acceptsSize(f->width(), f->height(), &why))
+    else if (acceptsSize(f->width(), f->height(), &why)) {
+        m_unsuitable.clear();
         return true;
+    }
     noteUnsuitable(why);
     return false;
 }
