@@ -66,9 +66,10 @@ inline QString valuesText(const std::vector<double>& v)
     return parts.join(QLatin1Char(' '));
 }
 
-// A binary frame file (exact doubles) of the values; false when it cannot be written.
-inline bool writeDoubleFrame(
-    const std::string& path, unsigned width, unsigned height, const std::vector<double>& values)
+// A frame file of the values (binary by default: exact doubles); false when it cannot
+// be written.
+inline bool writeDoubleFrame(const std::string& path, unsigned width, unsigned height,
+    const std::vector<double>& values, int fileType = sim::FileTypeBinaryFrame)
 {
     sim::FrameView view;
     view.dataType = ov::FrameDouble;
@@ -76,7 +77,7 @@ inline bool writeDoubleFrame(
     view.height = height;
     view.pixels = values.data();
     std::string error;
-    return sim::writeFrameFile(path, sim::FileTypeBinaryFrame, 0, {view}, &error) == 0;
+    return sim::writeFrameFile(path, fileType, 0, {view}, &error) == 0;
 }
 
 struct EventCounter

@@ -53,8 +53,10 @@ private slots:
     {
         QTemporaryDir home;
         QTemporaryDir data;
-        QVERIFY(filterprobe::writeDoubleFrame(
-            data.filePath(QStringLiteral("dark.bin")).toStdString(), 2, 2, {1, 1, 1, 1}));
+        // A text matrix with its description, as the host saves frames.
+        QVERIFY(
+            filterprobe::writeDoubleFrame(data.filePath(QStringLiteral("dark.txt")).toStdString(),
+                2, 2, {1, 1, 1, 1}, sim::FileTypeTextFrame));
         sim::SimHost host(home.path());
         ov::IDev* dev = host.connectDevice(sim::makeDeviceDesc(ov::DevKindTpx3, 801));
         const QString name = host.deviceFor(dev)->name();
@@ -65,7 +67,7 @@ private slots:
         QDir::setCurrent(data.path());
         const Outcome outcome = runScript(host,
             QStringLiteral("filterparam %1 \"Hot Pixel Mask\" Sigma 2.5\n"
-                           "filterparam \"%1\" \"Dark Subtraction\" File dark.bin\n"
+                           "filterparam \"%1\" \"Dark Subtraction\" File dark.txt\n"
                            "filtergroup %1 Clean \"Dark Subtraction\" \"Median 3x3\"\n"
                            "filtergroup %1 Clean \"Binning 2x2\" \"Binning 2x2\" \"Median 3x3\"\n"
                            "filtergroup %1 Nothing\n")
@@ -77,7 +79,7 @@ private slots:
         QCOMPARE(filters->single("Hot Pixel Mask")->params().find("Sigma")->asDouble(), 2.5);
         QCOMPARE(QString::fromStdString(
                      filters->single("Dark Subtraction")->params().find("File")->asText()),
-            data.filePath(QStringLiteral("dark.bin")));
+            data.filePath(QStringLiteral("dark.txt")));
         QCOMPARE(filters->group("Clean")->members(),
             (std::vector<std::string> {"Binning 2x2", "Binning 2x2", "Median 3x3"}));
         QVERIFY(filters->group("Nothing")->members().empty());
