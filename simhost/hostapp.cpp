@@ -2,6 +2,7 @@
 
 #include "devcontrolcommands.h"
 #include "deviceset.h"
+#include "filtercommands.h"
 #include "livecounter.h"
 #include "pluginmodule.h"
 #include "pluginstarter.h"
@@ -140,6 +141,7 @@ int runHost(const HostOptions& options)
     if (!options.scriptFile.isEmpty()) {
         runner = std::make_unique<ScriptRunner>(context);
         addDevControlCommands(*runner);
+        addFilterCommands(*runner);
         if (!runner->loadFile(options.scriptFile)) {
             printError(runner->error());
             return 1;
@@ -190,6 +192,7 @@ int runHost(const HostOptions& options)
             context.devControl = static_cast<ov::IDevControl*>(module.plugin()->privateInterface());
             runner = std::make_unique<ScriptRunner>(context);
             addDevControlCommands(*runner);
+            addFilterCommands(*runner);
             runner->loadFile(options.scriptFile);
             QObject::connect(runner.get(), &ScriptRunner::finished, qApp,
                 [&exitCode](int code, const QString& message) {

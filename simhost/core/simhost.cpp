@@ -1,5 +1,6 @@
 #include "simhost.h"
 
+#include "filtersettings.h"
 #include "simdevices.h"
 
 #include <QCoreApplication>
@@ -46,6 +47,7 @@ SimHost::SimHost(const QString& homeDir) : m_home(QDir(homeDir).absolutePath())
     if (homeOk && !m_core->error().isEmpty())
         m_error = m_core->error();
     m_settings = std::make_unique<SettingsRegistry>(settingsDir(), m_logFn);
+    m_filters = std::make_unique<DataFilterMgr>();
     m_menu = std::make_unique<SimMenu>(*this);
     m_hooks = std::make_unique<UiHooks>(*m_menu);
 }
@@ -56,6 +58,9 @@ SimHost::~SimHost()
     m_hooks.reset();
     m_menu.reset();
     m_settings->saveAll();
+    // The filters hold the devices and the stores they write to; the values are in the
+    // stores already.
+    m_filters.reset();
     std::vector<std::shared_ptr<SimDevice>> devices;
     {
         std::lock_guard<std::mutex> lock(m_devicesMutex);
@@ -200,6 +205,9 @@ ov::IDev* SimHost::connectDevice(std::shared_ptr<SimDevice> device)
     if (mbOk && mb > 0.0)
         attachment.frameMemoryMb = mb;
     device->attach(attachment);
+    if (DataFilterMgr::hasFrames(*device))
+        m_filters->addDevice(
+            device, m_settings->settings(QLatin1String(filtersettings::kModule), key));
     {
         std::lock_guard<std::mutex> lock(m_devicesMutex);
         m_devices.push_back(device);
@@ -234,6 +242,7 @@ bool SimHost::removeDeviceById(uint64_t id)
     log(ov::LogInfo, QStringLiteral("Device removed: %1").arg(device->name()));
     // Subscribers are done with the device when this returns.
     m_events.fire(kDeviceRemoved, reinterpret_cast<long>(device->dev()));
+    m_filters->removeDevice(id);
     m_menu->notifyChanged();
     device->dropCallbacks();
     return true;

@@ -14,6 +14,7 @@
 
 #include "callbacks.h"
 #include "coresettings.h"
+#include "datafiltermgr.h"
 #include "deviceset.h"
 #include "settingsregistry.h"
 #include "simdatamgr.h"
@@ -63,10 +64,12 @@ public:
     // for the same module and device (name and serial); flag is not used.
     ov::ISettings* moduleSettings(const char* module, ov::IDev* dev, int flag = 0) override;
     ov::ICoreSettings* settingsStore() override { return m_core.get(); }
-    // The data manager makes frames, knows the file types and loads files; no filter
-    // manager yet: null.
+    // The data manager makes frames, knows the file types and loads files.
     ov::IDataMgr* dataMgr() override { return &m_dataMgr; }
-    ov::IDataFilterMgr* dataFilterMgr() override { return nullptr; }
+    // The filters of the devices that have frames (see docs/filters.md); their settings
+    // are kept in the module "filters" of the settings registry, per device.
+    ov::IDataFilterMgr* dataFilterMgr() override { return m_filters.get(); }
+    DataFilterMgr& filterMgr() { return *m_filters; }
     // Only "NewDevice" and "DeviceRemoved" exist at host level; other names give -1.
     int registerEvent(const char* eventName, ov::EventCallback cb, void* user) override;
     int registerLogCallback(ov::LogCallback cb, void* user) override;
@@ -125,6 +128,8 @@ private:
     LogFn m_logFn;
     std::unique_ptr<CoreSettings> m_core;
     std::unique_ptr<SettingsRegistry> m_settings;
+    // Holds settings stores of the registry: made after it, gone before it.
+    std::unique_ptr<DataFilterMgr> m_filters;
     SimDataMgr m_dataMgr;
     EventTable m_events;
     CallbackList<ov::LogCallback> m_logCallbacks;
