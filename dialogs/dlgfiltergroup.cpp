@@ -44,7 +44,7 @@ int DlgFilterGroup::editFilterGroup(ov::IOrvel* orvel, ov::IDev* dev, ov::IDataF
             ui->lsAllFilters->addItem(nameOf(filter));
     }
     if (group) {
-        for (ov::IDataFilter* member : group->members())
+        for (ov::IDataFilter* member : group->memberFilters())
             ui->lsFilterInGroup->addItem(nameOf(member));
     }
     return exec();

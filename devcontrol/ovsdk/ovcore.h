@@ -322,7 +322,7 @@ public:
     // The members in the order they are applied; a filter may stand several times.
     virtual int groupFilters(PtrList<IDataFilter*>& out) = 0;
 
-    std::vector<IDataFilter*> members()
+    std::vector<IDataFilter*> memberFilters()
     {
         PtrList<IDataFilter*> list;
         groupFilters(list);

@@ -67,6 +67,14 @@ int FilterGroup::filterName(ov::String& out)
     return 0;
 }
 
+int FilterGroup::groupFilters(ov::PtrList<ov::IDataFilter*>& out)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (FrameFilter* f : m_members)
+        out.add(f);
+    return 0;
+}
+
 int FilterGroup::addFilterByName(const char* name)
 {
     FrameFilter* f = name ? m_resolve(name) : nullptr;

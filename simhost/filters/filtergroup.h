@@ -58,6 +58,7 @@ public:
     // ov::IDataFilterGroup: -1 for an unknown name or a retired group.
     int addFilterByName(const char* name) override;
     int clearFilters() override;
+    int groupFilters(ov::PtrList<ov::IDataFilter*>& out) override;
 
     // The chain applied to a host frame; null when a member cannot take it (logged once).
     SimFrame* apply(const SimFrame& frame);

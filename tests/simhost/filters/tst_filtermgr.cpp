@@ -124,7 +124,11 @@ private slots:
         QCOMPARE(group->addFilterByName("Beam"), -1); // a group is no member
         QCOMPARE(group->addFilterByName(nullptr), -1);
         QCOMPARE(eventsA.count.load(), 3);
+        // The members in order, the same filter twice.
+        ov::IDataFilter* median = byName(mgr, a, QStringLiteral("Median 3x3"));
+        QCOMPARE(group->memberFilters(), std::vector<ov::IDataFilter*>({median, median}));
         QCOMPARE(group->clearFilters(), 0);
+        QVERIFY(group->memberFilters().empty());
         QCOMPARE(eventsA.count.load(), 4);
         QCOMPARE(group->clearFilters(), 0); // already empty: no change, no event
         QCOMPARE(eventsA.count.load(), 4);
