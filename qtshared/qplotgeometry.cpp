@@ -63,27 +63,29 @@ QPlot::Geometry QPlot::geometry() const
         labelWidth = std::max(labelWidth, factorSize(g.ticksY.exponent()).width());
     const int left = r.left() + kGap + labelWidth + kGap + kButton + kGap;
     const int right = r.right() - kGap - 1;
-    g.area = QRect(QPoint(left, top), QPoint(std::max(left + 1, right), std::max(top + 1, bottom)));
+    // The frame is drawn around the area, so that data on the ends of the ranges
+    // stay visible beside it.
+    const QRect f(QPoint(left, top), QPoint(std::max(left + 3, right), std::max(top + 3, bottom)));
+    g.area = f.adjusted(1, 1, -1, -1);
 
     // X: as many ticks as the widest label lets stand side by side.
     const int width = g.area.width();
-    g.ticksX = prepareTicks(m_x.min, m_x.max, ticksFor(width, 50));
+    g.ticksX = prepareTicks(m_x.min, m_x.max, ticksFor(width, 40));
     const int perTick = widestLabel(fm, g.ticksX.labels) + kTickSpaceX;
     if (int(g.ticksX.values.size()) * perTick > width)
         g.ticksX = prepareTicks(m_x.min, m_x.max, ticksFor(width, perTick));
 
-    const QRect& a = g.area;
-    const int column = a.left() - kGap - kButton;
-    const int row = a.bottom() + 1 + kGap + lh + (lh - kButton) / 2;
+    const int column = f.left() - kGap - kButton;
+    const int row = f.bottom() + 1 + kGap + lh + (lh - kButton) / 2;
     const QSize side(kButton, kButton);
-    g.buttons[MaxYUp] = QRect(QPoint(column, a.top()), side);
-    g.buttons[MaxYDown] = QRect(QPoint(column, a.top() + kButton), side);
-    g.buttons[MinYUp] = QRect(QPoint(column, a.bottom() + 1 - 2 * kButton), side);
-    g.buttons[MinYDown] = QRect(QPoint(column, a.bottom() + 1 - kButton), side);
-    g.buttons[MinXLeft] = QRect(QPoint(a.left(), row), side);
-    g.buttons[MinXRight] = QRect(QPoint(a.left() + kButton, row), side);
-    g.buttons[MaxXLeft] = QRect(QPoint(a.right() + 1 - 2 * kButton, row), side);
-    g.buttons[MaxXRight] = QRect(QPoint(a.right() + 1 - kButton, row), side);
+    g.buttons[MaxYUp] = QRect(QPoint(column, f.top()), side);
+    g.buttons[MaxYDown] = QRect(QPoint(column, f.top() + kButton), side);
+    g.buttons[MinYUp] = QRect(QPoint(column, f.bottom() + 1 - 2 * kButton), side);
+    g.buttons[MinYDown] = QRect(QPoint(column, f.bottom() + 1 - kButton), side);
+    g.buttons[MinXLeft] = QRect(QPoint(f.left(), row), side);
+    g.buttons[MinXRight] = QRect(QPoint(f.left() + kButton, row), side);
+    g.buttons[MaxXLeft] = QRect(QPoint(f.right() + 1 - 2 * kButton, row), side);
+    g.buttons[MaxXRight] = QRect(QPoint(f.right() + 1 - kButton, row), side);
     return g;
 }
 

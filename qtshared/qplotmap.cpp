@@ -32,11 +32,11 @@ QPlotMap::QPlotMap(const QRect& area, double minX, double maxX, double minY, dou
 double QPlotMap::x(double value) const
 {
     const double px = m_left + (value - m_minX) * m_scaleX;
-    return std::isnan(px) ? m_lowX : std::clamp(px, m_lowX, m_highX);
+    return std::isnan(px) ? m_lowX : std::round(std::clamp(px, m_lowX, m_highX));
 }
 
 double QPlotMap::y(double value) const
 {
     const double py = m_bottom - (value - m_minY) * m_scaleY;
-    return std::isnan(py) ? m_highY : std::clamp(py, m_lowY, m_highY);
+    return std::isnan(py) ? m_highY : std::round(std::clamp(py, m_lowY, m_highY));
 }

@@ -1,8 +1,9 @@
 // Turns plot values into pixel positions of a drawing area: X grows to the right from
-// the area's left column, Y upwards from its bottom row. An empty or invalid range is
-// drawn as if it were one unit wide. Positions far outside the area are pulled in to
-// a fixed distance from it, so that a deep zoom never hands the painter coordinates it
-// cannot hold.
+// the area's left column, Y upwards from its bottom row. Positions are whole pixels, so
+// that a line, a grid line and a tick of the same value meet the same pixel row or
+// column. An empty or invalid range is drawn as if it were one unit wide. Positions far
+// outside the area are pulled in to a fixed distance from it, so that a deep zoom never
+// hands the painter coordinates it cannot hold.
 #pragma once
 
 #include <QRect>

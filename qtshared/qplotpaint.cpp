@@ -45,7 +45,7 @@ void QPlot::paintEvent(QPaintEvent* event)
     QFrame::paintEvent(event);
     QPainter painter(this);
     const Geometry g = geometry();
-    painter.fillRect(g.area, kAreaColor);
+    painter.fillRect(g.area.adjusted(-1, -1, 1, 1), kAreaColor);
     drawGrid(painter, g);
 
     painter.save();
@@ -69,12 +69,12 @@ void QPlot::drawGrid(QPainter& painter, const Geometry& g) const
     for (double v : g.ticksX.values) {
         const int x = qRound(map.x(v));
         if (x > a.left() && x < a.right())
-            painter.drawLine(x, a.top() + 1, x, a.bottom() - 1);
+            painter.drawLine(x, a.top(), x, a.bottom());
     }
     for (double v : g.ticksY.values) {
         const int y = qRound(map.y(v));
         if (y > a.top() && y < a.bottom())
-            painter.drawLine(a.left() + 1, y, a.right() - 1, y);
+            painter.drawLine(a.left(), y, a.right(), y);
     }
     painter.restore();
 }
@@ -84,14 +84,16 @@ void QPlot::drawAxis(QPainter& painter, const Geometry& g) const
     painter.save();
     painter.setPen(kAxisColor);
     painter.setBrush(Qt::NoBrush);
-    painter.drawRect(g.area.adjusted(0, 0, -1, -1));
+    // One pixel outside the area on every side.
+    painter.drawRect(g.area.adjusted(-1, -1, 0, 0));
     painter.restore();
 }
 
 void QPlot::drawTicks(QPainter& painter, const Geometry& g) const
 {
     const QPlotMap map(g.area, m_x.min, m_x.max, m_y.min, m_y.max);
-    const QRect& a = g.area;
+    // The frame around the area: tick marks start on it, labels stand outside it.
+    const QRect f = g.area.adjusted(-1, -1, 1, 1);
     const QRect r = contentsRect();
     const QFontMetrics fm(m_tickFont);
     const int lh = g.labelHeight;
@@ -105,12 +107,12 @@ void QPlot::drawTicks(QPainter& painter, const Geometry& g) const
     const int yLabelsTop = g.ticksY.hasFactor() ? r.top() + lh : r.top();
     for (std::size_t i = 0; i < g.ticksY.values.size(); ++i) {
         const int y = qRound(map.y(g.ticksY.values[i]));
-        painter.drawLine(a.left(), y, a.left() + kTickLength, y);
-        painter.drawLine(a.right() - kTickLength, y, a.right(), y);
+        painter.drawLine(f.left(), y, f.left() + kTickLength, y);
+        painter.drawLine(f.right() - kTickLength, y, f.right(), y);
         const QString& label = g.ticksY.labels.at(int(i));
         const int w = fm.horizontalAdvance(label);
         const QRect box
-            = keptBetween(QRect(labelRight - w, y - lh / 2, w, lh), yLabelsTop, a.bottom(), false);
+            = keptBetween(QRect(labelRight - w, y - lh / 2, w, lh), yLabelsTop, f.bottom(), false);
         painter.drawText(box, Qt::AlignRight | Qt::AlignVCenter, label);
     }
     if (g.ticksY.hasFactor())
@@ -121,12 +123,12 @@ void QPlot::drawTicks(QPainter& painter, const Geometry& g) const
     int lastRight = r.left() - 1;
     for (std::size_t i = 0; i < g.ticksX.values.size(); ++i) {
         const int x = qRound(map.x(g.ticksX.values[i]));
-        painter.drawLine(x, a.bottom(), x, a.bottom() - kTickLength);
-        painter.drawLine(x, a.top(), x, a.top() + kTickLength);
+        painter.drawLine(x, f.bottom(), x, f.bottom() - kTickLength);
+        painter.drawLine(x, f.top(), x, f.top() + kTickLength);
         const QString& label = g.ticksX.labels.at(int(i));
         const int w = fm.horizontalAdvance(label);
         const QRect box
-            = keptBetween(QRect(x - w / 2, a.bottom() + 2, w, lh), r.left(), r.right(), true);
+            = keptBetween(QRect(x - w / 2, f.bottom() + 2, w, lh), r.left(), r.right(), true);
         if (box.left() <= lastRight + 2)
             continue;
         painter.drawText(box, Qt::AlignCenter, label);
@@ -135,7 +137,7 @@ void QPlot::drawTicks(QPainter& painter, const Geometry& g) const
     if (g.ticksX.hasFactor()) {
         const QRect& before = g.buttons[MaxXLeft];
         drawFactor(
-            painter, QPoint(before.left() - 4, a.bottom() + 2 + lh), g.ticksX.exponent(), true);
+            painter, QPoint(before.left() - 4, f.bottom() + 2 + lh), g.ticksX.exponent(), true);
     }
     painter.restore();
 }

@@ -628,6 +628,52 @@ private slots:
         QVERIFY(countDark(image, QRect(a.left(), a.bottom() + 2, a.width(), 10)) > 30);
     }
 
+    // Lines go straight from point to point; steps hold each value up to the next
+    // point, the last one as wide as the run before it. A marker stands across the
+    // whole height.
+    void drawStylesAndMarker()
+    {
+        ShownPlot s({0.0, 100.0}, {0.0, 100.0});
+        QPlotLayer* layer = s.plot.addEmptyLayer();
+        QColor red(220, 0, 0);
+        QPlotLine* line = layer->addLine(lineOf({0, 20, 40, 80}), &red);
+        QColor green(0, 160, 0);
+        auto* marker = new QPlotVerticalLine(90.0, green);
+        layer->addObject(marker);
+        const QRect a = s.plot.plotArea();
+        auto px = [&](double v) { return a.left() + qRound(v / 100.0 * (a.width() - 1)); };
+        auto py = [&](double v) { return a.bottom() - qRound(v / 100.0 * (a.height() - 1)); };
+        // Inner parts of the runs, clear of the corners.
+        const QRect low(px(2), py(20), px(38) - px(2) + 1, 1);
+        const QRect high(px(42), py(80), px(78) - px(42) + 1, 1);
+
+        QCOMPARE(line->drawStyle, QPlotLine::Lines);
+        QImage image = s.plot.grab().toImage();
+        QVERIFY(countColour(image, low, red) < low.width() / 4);
+        QVERIFY(countColour(image, high, red) < high.width() / 4);
+        const QRect column(px(90), a.top(), 1, a.height());
+        QCOMPARE(countColour(image, column, green), a.height());
+
+        line->setDrawStyle(QPlotLine::Steps);
+        line->setWidth(1);
+        image = s.plot.grab().toImage();
+        QCOMPARE(countColour(image, low, red), low.width());
+        QCOMPARE(countColour(image, high, red), high.width());
+        // The jump between the runs.
+        const QRect jump(px(40), py(78), 1, py(22) - py(78) + 1);
+        QCOMPARE(countColour(image, jump, red), jump.height());
+        // Nothing beyond the last run.
+        QCOMPARE(
+            countColour(image, QRect(px(82), a.top(), a.right() - px(82) + 1, a.height()), red), 0);
+
+        // A hidden line is not drawn; a marker outside the range neither.
+        line->visible = false;
+        marker->setX(150.0);
+        image = s.plot.grab().toImage();
+        QCOMPARE(countColour(image, a, red), 0);
+        QCOMPARE(countColour(image, a, green), 0);
+    }
+
     // A common factor is written as "10" with a raised exponent beside the axis: it
     // takes room above the Y labels.
     void factorTakesRoom()
