@@ -1,0 +1,3 @@
+#include "qplotobject.h"
+
+QPlotObject::~QPlotObject() = default;
