@@ -4,6 +4,7 @@
 
 #include "vectorstate.h"
 
+#include "pnlhistogram.h"
 #include "pnlimageinfo.h"
 #include "pnlimageprops.h"
 
@@ -547,7 +548,18 @@ void DevCtrlMpx::onProgressDialogFinished(int code, QString message)
         QMessageBox::critical(nullptr, QStringLiteral("Error"), message);
 }
 
-void DevCtrlMpx::onRangeChanged(double, double) { }
+void DevCtrlMpx::onRangeChanged(double min, double max)
+{
+    // The histogram shows the values inside the displayed range.
+    if (!imagePropsPanel || !histogramPanel)
+        return;
+    ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
+    if (!f)
+        return;
+    const FrameRegion region = statisticsRegion(f.get());
+    const ov::Region view = region.region();
+    histogramPanel->updateHistogram(f.get(), min, max, &view);
+}
 
 // ---------------------------------------------------------------------------------
 // Frames
@@ -947,18 +959,21 @@ void DevCtrlMpx::normalizeByTime(bool on)
         showFrame(f.get());
 }
 
+FrameRegion DevCtrlMpx::statisticsRegion(ov::IMpxFrame* frame) const
+{
+    if (!frame)
+        return FrameRegion();
+    // The last selection, or the whole frame without one.
+    const QRect rect = selectionRects.isEmpty()
+        ? QRect(0, 0, static_cast<int>(frame->width()), static_cast<int>(frame->height()))
+        : selectionRects.last();
+    return FrameRegion::fromRect(rect);
+}
+
 void DevCtrlMpx::onFrameZoomRectChanged(QRect)
 {
     ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(false);
-    if (!f) {
-        updateRegionStatistics(f, FrameRegion());
-        return;
-    }
-    // The last selection, or the whole frame without one.
-    const QRect rect = selectionRects.isEmpty()
-        ? QRect(0, 0, static_cast<int>(f->width()), static_cast<int>(f->height()))
-        : selectionRects.last();
-    updateRegionStatistics(f, FrameRegion::fromRect(rect));
+    updateRegionStatistics(f, statisticsRegion(f.get()));
 }
 
 void DevCtrlMpx::onSelectionRectsChanged(QList<QRect> rects)
@@ -976,6 +991,9 @@ void DevCtrlMpx::updateRegionStatistics(
     const ov::Region panelRegion = region.region();
     if (imagePropsPanel)
         imagePropsPanel->onFrameChanged(frame.get(), &panelRegion);
+    if (frame && imagePropsPanel && histogramPanel)
+        histogramPanel->updateHistogram(
+            frame.get(), imagePropsPanel->min(), imagePropsPanel->max(), &panelRegion);
     if (frame && imageInfoPanel)
         imageInfoPanel->updateStatistics(frame.get(), &panelRegion);
     emit sigFrameRegionChanged(frame, region);

@@ -386,6 +386,9 @@ private:
     // last stays selected), under the name fileFor makes of "_" + the sub-frame's name.
     void saveEachSubFrame(int count, ov::IFileType* type, unsigned flags,
         const std::function<std::string(const std::string&)>& fileFor);
+    // The region the statistics of frame are taken over: the last selection, or the
+    // whole frame without one.
+    FrameRegion statisticsRegion(ov::IMpxFrame* frame) const;
     // Hands the frame on show and the selected region to the analysis panels.
     void updateRegionStatistics(const ov::RefData<ov::IMpxFrame>& frame, const FrameRegion& region);
 

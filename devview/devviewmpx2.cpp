@@ -4,6 +4,7 @@
 #include "devviewmpxui.h"
 #include "pnldevstgtpx.h"
 #include "pnlfilters.h"
+#include "pnlhistogram.h"
 #include "pnlimageinfo.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
@@ -68,6 +69,8 @@ void DevViewMpx2::setupPanels()
     addStgPanel(filtersPanel);
     imageInfoPanel = new PnlImageInfo(this);
     addStgPanel(imageInfoPanel);
+    histogramPanel = new PnlHistogram(this);
+    addStgPanel(histogramPanel);
 
     // The first six panels share the height they can use; the spacer at the end
     // takes what they leave.
@@ -92,6 +95,7 @@ void DevViewMpx2::setupPanelsMenu()
     addPanelAction("Detector Settings", stgPanel, true);
     addPanelAction("Filters", filtersPanel, true);
     addPanelAction("Image Info", imageInfoPanel, true);
+    addPanelAction("Histogram", histogramPanel, true);
 }
 
 void DevViewMpx2::loadSettings()

@@ -7,6 +7,7 @@
 #include "../panels/questionstep.h"
 #include "pnldevstgtpx.h"
 #include "pnlfilters.h"
+#include "pnlhistogram.h"
 #include "pnlimageinfo.h"
 #include "pnlimageprops.h"
 #include "pnlimagepropsadv.h"
@@ -75,6 +76,7 @@ private slots:
         QCOMPARE(column->itemAt(3)->widget(), page.view->settingsPanel());
         QCOMPARE(column->itemAt(4)->widget(), page.view->filters());
         QVERIFY(qobject_cast<PnlImageInfo*>(column->itemAt(5)->widget()));
+        QVERIFY(qobject_cast<PnlHistogram*>(column->itemAt(6)->widget()));
         // The spacer stays last and takes what the panels leave; the first six panels
         // share the height.
         QVERIFY(column->itemAt(column->count() - 1)->spacerItem());
@@ -95,13 +97,14 @@ private slots:
             texts << a->text();
         QCOMPARE(texts,
             QStringList({"Image Properties", "Advanced Image Properties", "Measurement",
-                "Detector Settings", "Filters", "Image Info"}));
+                "Detector Settings", "Filters", "Image Info", "Histogram"}));
         QVERIFY(actions.at(0)->isChecked());
         QVERIFY(!actions.at(1)->isChecked());
         QVERIFY(actions.at(2)->isChecked());
         QVERIFY(actions.at(3)->isChecked());
         QVERIFY(actions.at(4)->isChecked());
         QVERIFY(actions.at(5)->isChecked());
+        QVERIFY(actions.at(6)->isChecked());
         QVERIFY(!page.view->filters()->isHidden());
         QVERIFY(!page.view->measurement()->isHidden());
         QVERIFY(!page.view->settingsPanel()->isHidden());

@@ -146,8 +146,8 @@ private slots:
             }
             QCOMPARE(titles,
                 QStringList({"Image Properties", "Advanced Image Properties", "Measurement",
-                    "Detector Settings"}));
-            QCOMPARE(shown, QList<bool>({true, false, true, true}));
+                    "Detector Settings", "Filters", "Image Info", "Histogram"}));
+            QCOMPARE(shown, QList<bool>({true, false, true, true, true, true, true}));
             auto* panel = page.view->findChild<PnlImageProps*>();
             panel->autoRangeCheckBox()->setChecked(false);
             panel->setRange(12.0, 345.0);
