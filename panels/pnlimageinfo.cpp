@@ -4,6 +4,7 @@
 
 #include <ovdetector.h>
 
+#include <QHeaderView>
 #include <QTableWidgetItem>
 
 #include <iterator>
@@ -47,6 +48,9 @@ PnlImageInfo::PnlImageInfo(QWidget* parent) : QWidget(parent), ui(new Ui_PnlImag
         table->setItem(row, 1, new QTableWidgetItem(QString::fromLatin1(kRows[row].start)));
     }
     table->resizeColumnToContents(0);
+    // All eight rows in view, without a scroll bar.
+    table->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    table->setFixedHeight(table->verticalHeader()->length() + 2 * table->frameWidth());
 }
 
 PnlImageInfo::~PnlImageInfo()

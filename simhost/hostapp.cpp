@@ -9,6 +9,7 @@
 #include "screenshot.h"
 #include "scriptrunner.h"
 #include "simhost.h"
+#include "widgetcommands.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -42,6 +43,14 @@ void logToStderr(unsigned level, const QString& text)
             text.toLocal8Bit().constData());
         std::fflush(stderr);
     }
+}
+
+// Every command a script of orvelsim may use beyond the runner's own.
+void addHostCommands(ScriptRunner& runner)
+{
+    addDevControlCommands(runner);
+    addFilterCommands(runner);
+    addWidgetCommands(runner);
 }
 
 } // namespace
@@ -140,8 +149,7 @@ int runHost(const HostOptions& options)
     std::unique_ptr<ScriptRunner> runner;
     if (!options.scriptFile.isEmpty()) {
         runner = std::make_unique<ScriptRunner>(context);
-        addDevControlCommands(*runner);
-        addFilterCommands(*runner);
+        addHostCommands(*runner);
         if (!runner->loadFile(options.scriptFile)) {
             printError(runner->error());
             return 1;
@@ -191,8 +199,7 @@ int runHost(const HostOptions& options)
             context.plugin = module.plugin();
             context.devControl = static_cast<ov::IDevControl*>(module.plugin()->privateInterface());
             runner = std::make_unique<ScriptRunner>(context);
-            addDevControlCommands(*runner);
-            addFilterCommands(*runner);
+            addHostCommands(*runner);
             runner->loadFile(options.scriptFile);
             QObject::connect(runner.get(), &ScriptRunner::finished, qApp,
                 [&exitCode](int code, const QString& message) {
