@@ -1,6 +1,7 @@
 // The detector commands of scripts: what they hand to the plug-in's interface, their
 // value checks at load time and run-time errors naming the line, waiting until the page
 // is idle, and the host's own measurement with saving and checking its frames.
+#include "scriptoutcome.h"
 #include <devcontrolcommands.h>
 #include <scriptrunner.h>
 #include <simhost.h>
@@ -100,21 +101,6 @@ private:
     }
 };
 
-struct Outcome
-{
-    int code = -1;
-    QString message;
-};
-
-Outcome runScript(sim::ScriptRunner& runner, int timeoutMs = 10000)
-{
-    QSignalSpy spy(&runner, &sim::ScriptRunner::finished);
-    runner.start();
-    if (!spy.wait(timeoutMs))
-        return {};
-    return {spy.at(0).at(0).toInt(), spy.at(0).at(1).toString()};
-}
-
 // A host with one small Timepix (one chip, 256 x 256) and a motor.
 struct Bench
 {
@@ -163,7 +149,7 @@ private slots:
                                                 "show\nhide\n"),
                      QStringLiteral("s.orvs")),
             qPrintable(runner.error()));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.message, QString());
         QCOMPARE(outcome.code, 0);
         const QStringList expected {"setAcqParams 5 0.25", "setAcqType 1", "setAcqType 4",
@@ -193,7 +179,7 @@ private slots:
         sim::addDevControlCommands(runner);
         QVERIFY(runner.loadText(
             QStringLiteral("device kalbar W0087\n\nparams 2 1\ncolormap jet\n"), "r.orvs"));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message, QStringLiteral("r.orvs:3: setAcqParams failed with code -3"));
         QCOMPARE(bench.control.calls, QStringList {"setAcqParams 2 1"});
@@ -289,7 +275,7 @@ private slots:
         sim::ScriptRunner runner({&bench.host, nullptr, withPlugin ? &bench.control : nullptr});
         sim::addDevControlCommands(runner);
         QVERIFY2(runner.loadText(text, QStringLiteral("r.orvs")), qPrintable(runner.error()));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message, expected);
     }
@@ -307,7 +293,7 @@ private slots:
         QTimer::singleShot(300, [&bench]() { bench.control.running = 0; });
         QElapsedTimer clock;
         clock.start();
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.message, QString());
         QCOMPARE(outcome.code, 0);
         QVERIFY(clock.elapsed() >= 290);
@@ -320,7 +306,7 @@ private slots:
         sim::ScriptRunner runner({&bench.host, nullptr, &bench.control});
         sim::addDevControlCommands(runner);
         QVERIFY(runner.loadText(QStringLiteral("device kalbar W0087\n\nwaitidle 100\n"), "w.orvs"));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message, QStringLiteral("w.orvs:3: still measuring after 100 ms"));
     }
@@ -359,7 +345,7 @@ private slots:
                                                 "save bin 3\n"),
                      QStringLiteral("m.orvs")),
             qPrintable(runner.error()));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.message, QString());
         QCOMPARE(outcome.code, 0);
 
@@ -395,7 +381,7 @@ private slots:
         sim::addDevControlCommands(runner);
         QVERIFY(runner.loadText(
             QStringLiteral("device kalbar W0087\nacquire 2 0.002\nexpect time 0.5\n"), "e.orvs"));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message,
             QStringLiteral("e.orvs:3: expected a frame of 0.5 s, the last one took 0.002 s"));

@@ -2,6 +2,7 @@
 // filter, "filtergroup" makes or refills a group; their errors name the line and say
 // why, as the filter itself says it.
 #include "../filters/filterprobe.h"
+#include "scriptoutcome.h"
 
 #include <deviceset.h>
 #include <filtercommands.h>
@@ -15,31 +16,14 @@
 
 namespace {
 
-struct Outcome
-{
-    int exitCode = -1;
-    QString message;
-};
-
 // Loads and runs a script on the host; the load error, if any, is the message.
-Outcome runScript(sim::SimHost& host, const QString& text)
+ScriptOutcome runScript(sim::SimHost& host, const QString& text)
 {
     sim::ScriptContext context;
     context.host = &host;
     sim::ScriptRunner runner(context);
     sim::addFilterCommands(runner);
-    Outcome outcome;
-    if (!runner.loadText(text, QStringLiteral("test.orvs"))) {
-        outcome.message = runner.error();
-        return outcome;
-    }
-    QSignalSpy finished(&runner, &sim::ScriptRunner::finished);
-    runner.start();
-    if (!finished.wait(5000))
-        return outcome;
-    outcome.exitCode = finished.at(0).at(0).toInt();
-    outcome.message = finished.at(0).at(1).toString();
-    return outcome;
+    return runScriptText(runner, text, 5000);
 }
 
 } // namespace
@@ -65,7 +49,7 @@ private slots:
         // Relative frame files are taken from the current folder.
         const QString before = QDir::currentPath();
         QDir::setCurrent(data.path());
-        const Outcome outcome = runScript(host,
+        const ScriptOutcome outcome = runScript(host,
             QStringLiteral("filterparam %1 \"Hot Pixel Mask\" Sigma 2.5\n"
                            "filterparam \"%1\" \"Dark Subtraction\" File dark.txt\n"
                            "filtergroup %1 Clean \"Dark Subtraction\" \"Median 3x3\"\n"
@@ -74,7 +58,7 @@ private slots:
                 .arg(name));
         QDir::setCurrent(before);
         QCOMPARE(outcome.message, QString());
-        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(outcome.code, 0);
         const auto filters = host.filterMgr().filtersOf(dev);
         QCOMPARE(filters->single("Hot Pixel Mask")->params().find("Sigma")->asDouble(), 2.5);
         QCOMPARE(QString::fromStdString(
@@ -126,9 +110,9 @@ private slots:
         line.replace(
             QLatin1String("MOTOR"), QStringLiteral("\"%1\"").arg(host.deviceFor(motor)->name()));
         line.replace(QLatin1String("DEV"), host.deviceFor(dev)->name());
-        const Outcome outcome = runScript(host, line);
+        const ScriptOutcome outcome = runScript(host, line);
         QVERIFY2(outcome.message.contains(said), qPrintable(outcome.message));
-        QVERIFY(outcome.exitCode != 0);
+        QVERIFY(outcome.code != 0);
         // Nothing half done: the group of a refused member list was not made.
         QVERIFY(!host.filterMgr().filtersOf(dev)->group("Flat Field"));
         if (!line.contains(QLatin1String("\nfilterparam")))

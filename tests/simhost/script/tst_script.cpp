@@ -1,6 +1,7 @@
 // The script runner, in-process: commands, waiting without blocking, errors by line,
 // and commands added by other code.
 #include "acqbytes.h"
+#include "scriptoutcome.h"
 
 #include <scriptrunner.h>
 #include <simhost.h>
@@ -14,24 +15,7 @@
 #include <atomic>
 #include <thread>
 
-namespace {
-
-struct Outcome
-{
-    int code = -1;
-    QString message;
-};
-
-Outcome runScript(sim::ScriptRunner& runner, int timeoutMs = 5000)
-{
-    QSignalSpy spy(&runner, &sim::ScriptRunner::finished);
-    runner.start();
-    if (!spy.wait(timeoutMs))
-        return {};
-    return {spy.at(0).at(0).toInt(), spy.at(0).at(1).toString()};
-}
-
-} // namespace
+namespace { } // namespace
 
 class TestScript : public QObject
 {
@@ -53,7 +37,7 @@ private slots:
                                                 "remove kalbar W0087\n"),
                      QStringLiteral("s.txt")),
             qPrintable(runner.error()));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 0);
         QCOMPARE(outcome.message, QString());
         QCOMPARE(host.deviceCount(), 1);
@@ -78,7 +62,7 @@ private slots:
         ticker.start(20);
         QElapsedTimer clock;
         clock.start();
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 0);
         QVERIFY(clock.elapsed() >= 290);
         QVERIFY2(ticks >= 5, qPrintable(QString::number(ticks)));
@@ -182,7 +166,7 @@ private slots:
         QObject::connect(&ticker, &QTimer::timeout, [&ticks]() { ++ticks; });
         ticker.start(0);
         // Each device is a whole simulated detector: slow under the sanitizers.
-        const Outcome outcome = runScript(runner, 120000);
+        const ScriptOutcome outcome = runScript(runner, 120000);
         ticker.stop();
         QCOMPARE(outcome.code, 0);
         QVERIFY2(ticks >= 19, qPrintable(QString::number(ticks)));
@@ -238,7 +222,7 @@ private slots:
         sim::SimHost host(tmp.path());
         sim::ScriptRunner runner({&host, nullptr, nullptr});
         QVERIFY2(runner.loadText(text, QStringLiteral("r.txt")), qPrintable(runner.error()));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message, expected);
     }
@@ -258,7 +242,7 @@ private slots:
         QVERIFY(runner.hasCommand(QStringLiteral("WaitFlag")));
         QVERIFY(runner.loadText(QStringLiteral("waitflag 3000\nlog info flagged\nwaitflag 0\n"),
             QStringLiteral("f.txt")));
-        Outcome outcome = runScript(runner);
+        ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 0);
         QVERIFY(host.logHistory().contains(QStringLiteral("info: flagged")));
 
@@ -295,7 +279,7 @@ private slots:
                                                 "trigger\n"),
                      QStringLiteral("t.txt")),
             qPrintable(runner.error()));
-        const Outcome outcome = runScript(runner, 10000);
+        const ScriptOutcome outcome = runScript(runner, 10000);
         worker.join();
         QCOMPARE(outcome.code, 0);
         QCOMPARE(rc.load(), 0);
@@ -318,7 +302,7 @@ private slots:
     {
         sim::ScriptRunner runner({nullptr, nullptr, nullptr});
         QVERIFY(runner.loadText(QStringLiteral("wait 0\nlock a b\n"), QStringLiteral("n.txt")));
-        const Outcome outcome = runScript(runner);
+        const ScriptOutcome outcome = runScript(runner);
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.message, QStringLiteral("n.txt:2: no host to run this on"));
     }

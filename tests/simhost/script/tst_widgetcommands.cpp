@@ -1,6 +1,8 @@
 // The script commands that work controls of the window: "choose" picks a combo box
 // item by its text, "tick" sets a check box; both act on controls on screen only and
 // say clearly why they cannot act.
+#include "scriptoutcome.h"
+
 #include <scriptrunner.h>
 #include <widgetcommands.h>
 
@@ -13,29 +15,12 @@
 
 namespace {
 
-struct Outcome
-{
-    int exitCode = -1;
-    QString message;
-};
-
-Outcome runScript(const QString& text)
+ScriptOutcome runScript(const QString& text)
 {
     sim::ScriptContext context;
     sim::ScriptRunner runner(context);
     sim::addWidgetCommands(runner);
-    Outcome outcome;
-    if (!runner.loadText(text, QStringLiteral("test.orvs"))) {
-        outcome.message = runner.error();
-        return outcome;
-    }
-    QSignalSpy finished(&runner, &sim::ScriptRunner::finished);
-    runner.start();
-    if (!finished.wait(5000))
-        return outcome;
-    outcome.exitCode = finished.at(0).at(0).toInt();
-    outcome.message = finished.at(0).at(1).toString();
-    return outcome;
+    return runScriptText(runner, text, 5000);
 }
 
 // A window with a combo box and a check box, and a hidden twin of each.
@@ -76,14 +61,14 @@ private slots:
         Window w;
         QVERIFY(QTest::qWaitForWindowExposed(&w.top));
         QSignalSpy toggled(w.check, &QCheckBox::clicked);
-        const Outcome o = runScript("choose cmbPick \"Flat Field\"\ntick chbApply on\n"
-                                    "tick chbApply on\n");
-        QCOMPARE(o.exitCode, 0);
+        const ScriptOutcome o = runScript("choose cmbPick \"Flat Field\"\ntick chbApply on\n"
+                                          "tick chbApply on\n");
+        QCOMPARE(o.code, 0);
         QCOMPARE(w.combo->currentText(), QStringLiteral("Flat Field"));
         QVERIFY(w.check->isChecked());
         // Clicked once: the second line found it ticked already.
         QCOMPARE(toggled.count(), 1);
-        QCOMPARE(runScript("tick chbApply off\nchoose cmbPick Median 3x3\n").exitCode, 0);
+        QCOMPARE(runScript("tick chbApply off\nchoose cmbPick Median 3x3\n").code, 0);
         QVERIFY(!w.check->isChecked());
         QCOMPARE(w.combo->currentText(), QStringLiteral("Median 3x3"));
         QCOMPARE(w.hiddenCombo->currentText(), QStringLiteral("Other"));
@@ -93,8 +78,8 @@ private slots:
     {
         Window w;
         QVERIFY(QTest::qWaitForWindowExposed(&w.top));
-        Outcome o = runScript("choose cmbPick Binning\n");
-        QVERIFY(o.exitCode != 0);
+        ScriptOutcome o = runScript("choose cmbPick Binning\n");
+        QVERIFY(o.code != 0);
         QVERIFY2(o.message.contains("has no item 'Binning' (items: Dark Subtraction, Flat Field, "
                                     "Median 3x3)"),
             qPrintable(o.message));
@@ -108,7 +93,7 @@ private slots:
         QVERIFY(!w.check->isChecked());
         // A bad state is found when the script is read.
         o = runScript("tick chbApply maybe\n");
-        QCOMPARE(o.exitCode, -1);
+        QCOMPARE(o.code, -1);
         QVERIFY2(o.message.contains("usage: tick NAME on|off"), qPrintable(o.message));
     }
 };
