@@ -164,10 +164,6 @@ void PnlFilters::on_btFilterGroupAdd_clicked()
         return;
     }
     onFiltersChanged();
-    // The new group becomes the choice, ready to be set up.
-    const int at = ui->cmbFilter->findText(name);
-    if (at >= 0)
-        ui->cmbFilter->setCurrentIndex(at);
 }
 
 void PnlFilters::on_btFilterGroupRemove_clicked()

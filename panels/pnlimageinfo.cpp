@@ -97,11 +97,12 @@ void PnlImageInfo::updateStatistics(ov::IMpxFrame* frame, const ov::Region* regi
     setValue(RowPixelCount, QString::number(static_cast<unsigned>(nonZero)));
     setValue(RowTotal, number(frame->total(region)));
     setValue(RowMean, number(frame->mean(region)));
-    // The pixels of the region as the frame counts them: a selection reaching past the
-    // frame's edge counts only what lies on the frame.
-    const long long pixels = region && region->count > 0
-        ? frame->pixelCountInRegion(region)
-        : static_cast<long long>(frame->width()) * frame->height();
+    // The pixels of the region's rectangle, or of the frame without a region.
+    long long pixels = static_cast<long long>(frame->width()) * frame->height();
+    if (region && region->count == 1 && region->rects)
+        pixels = static_cast<long long>(region->rects[0].width) * region->rects[0].height;
+    else if (region && region->count > 1)
+        pixels = frame->pixelCountInRegion(region);
     setValue(RowEmptyPixels, QString::number(pixels - nonZero));
 }
 

@@ -227,6 +227,7 @@ private slots:
         answerName(driver, "Quarter");
         QTest::mouseClick(ui.btFilterGroupAdd, Qt::LeftButton);
         QVERIFY(driver.done());
+        chooseItem(ui.cmbFilter, ui.cmbFilter->findText("Quarter"));
         QCOMPARE(ui.cmbFilter->currentText(), QStringLiteral("Quarter"));
         QVERIFY(ui.btFilterGroupRemove->isEnabled());
         driver.add([](QWidget* w) {

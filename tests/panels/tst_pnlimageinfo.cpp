@@ -130,13 +130,13 @@ private slots:
         QCOMPARE(panel.value(PnlImageInfo::RowMax), QStringLiteral("1000"));
         QCOMPARE(panel.value(PnlImageInfo::RowTotal), QStringLiteral("1000"));
         QCOMPARE(panel.value(PnlImageInfo::RowMean), QStringLiteral("250"));
-        // A selection reaching past the frame's edge counts only what lies on it: the
-        // column x = 3 has three pixels, 2, 10 and 0.
+        // The rectangle is counted whole: a selection reaching past the frame's edge
+        // (5 x 7 at column 3, where the frame has 2, 10 and 0) has 35 - 2 empty pixels.
         const ov::RegionRect edge {3, 0, 5, 7};
         const ov::Region past {&edge, 1};
         panel.updateStatistics(f.get(), &past);
         QCOMPARE(panel.value(PnlImageInfo::RowPixelCount), QStringLiteral("2"));
-        QCOMPARE(panel.value(PnlImageInfo::RowEmptyPixels), QStringLiteral("1"));
+        QCOMPARE(panel.value(PnlImageInfo::RowEmptyPixels), QStringLiteral("33"));
     }
 
     void nanPixelsAreNotEmpty()
