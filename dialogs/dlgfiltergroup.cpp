@@ -10,17 +10,6 @@
 
 namespace PluginDevControl {
 
-namespace {
-
-QString nameOf(ov::IDataFilter* filter)
-{
-    ov::String name;
-    filter->filterName(name);
-    return QString::fromUtf8(name.get());
-}
-
-} // namespace
-
 DlgFilterGroup::DlgFilterGroup(QWidget* parent) : QDialog(parent), ui(new Ui_DlgFilterGroup)
 {
     ui->setupUi(this);
@@ -41,11 +30,11 @@ int DlgFilterGroup::editFilterGroup(ov::IOrvel* orvel, ov::IDev* dev, ov::IDataF
     ov::IDataFilterMgr* mgr = orvel ? orvel->dataFilterMgr() : nullptr;
     if (mgr && dev) {
         for (ov::IDataFilter* filter : mgr->deviceFilters(dev, false))
-            ui->lsAllFilters->addItem(nameOf(filter));
+            ui->lsAllFilters->addItem(QString::fromStdString(filter->name()));
     }
     if (group) {
         for (ov::IDataFilter* member : group->memberFilters())
-            ui->lsFilterInGroup->addItem(nameOf(member));
+            ui->lsFilterInGroup->addItem(QString::fromStdString(member->name()));
     }
     return exec();
 }

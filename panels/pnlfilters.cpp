@@ -17,13 +17,6 @@ namespace PluginDevControl {
 
 namespace {
 
-QString nameOf(ov::IDataFilter* filter)
-{
-    ov::String name;
-    filter->filterName(name);
-    return QString::fromUtf8(name.get());
-}
-
 bool contains(const std::vector<ov::IDataFilter*>& list, const ov::IDataFilter* filter)
 {
     return std::find(list.begin(), list.end(), filter) != list.end();
@@ -65,7 +58,7 @@ void PnlFilters::fillComboBox()
     const QSignalBlocker blocker(ui->cmbFilter);
     ui->cmbFilter->clear();
     for (ov::IDataFilter* filter : filters)
-        ui->cmbFilter->addItem(nameOf(filter));
+        ui->cmbFilter->addItem(QString::fromStdString(filter->name()));
 }
 
 void PnlFilters::dropChosen()

@@ -310,6 +310,13 @@ public:
     virtual bool hasOwnDialog() = 0;
     virtual int showOwnDialog() = 0;
 
+    std::string name()
+    {
+        String s;
+        filterName(s);
+        return s.str();
+    }
+
 protected:
     ~IDataFilter() = default;
 };
