@@ -1,5 +1,6 @@
 #include "framestats.h"
 
+#include "isa.h"
 #include "visitframetype.h"
 
 #include <ovdetector.h>
@@ -11,9 +12,6 @@
 
 // The loops that pay for wide registers (extremes, histogram positions) are built for
 // AVX-512, AVX2 and baseline x86-64 and chosen at run time.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define FRAMESTATS_X86 1
-#endif
 
 namespace sim::framestats {
 
@@ -175,40 +173,16 @@ FS_INLINE void histSpans(const void* px, const Span* spans, size_t count, const 
     }
 
 FS_VARIANTS(Generic, )
-#ifdef FRAMESTATS_X86
-FS_VARIANTS(Avx2, __attribute__((target("avx2"))))
-FS_VARIANTS(
-    Avx512, __attribute__((target("avx512f,avx512vl,avx512dq,avx512bw,prefer-vector-width=512"))))
+#ifdef SIM_ISA_X86
+FS_VARIANTS(Avx2, SIM_TARGET_AVX2)
+FS_VARIANTS(Avx512, SIM_TARGET_AVX512)
 #endif
-
-enum class Isa {
-    Generic,
-    Avx2,
-    Avx512
-};
-
-Isa isa()
-{
-#ifdef FRAMESTATS_X86
-    static const Isa best = [] {
-        if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl")
-            && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw"))
-            return Isa::Avx512;
-        if (__builtin_cpu_supports("avx2"))
-            return Isa::Avx2;
-        return Isa::Generic;
-    }();
-    return best;
-#else
-    return Isa::Generic;
-#endif
-}
 
 template <typename T>
 void runExtremes(const void* px, const std::vector<Span>& spans, ExtAcc<T>& a)
 {
-    switch (isa()) {
-#ifdef FRAMESTATS_X86
+    switch (bestIsa()) {
+#ifdef SIM_ISA_X86
     case Isa::Avx512:
         extremesAvx512<T>(px, spans.data(), spans.size(), a);
         return;
@@ -225,8 +199,8 @@ template <typename T>
 void runHist(const void* px, const std::vector<Span>& spans, const HistConsts& c, uint32_t* counts,
     size_t stride)
 {
-    switch (isa()) {
-#ifdef FRAMESTATS_X86
+    switch (bestIsa()) {
+#ifdef SIM_ISA_X86
     case Isa::Avx512:
         histAvx512<T>(px, spans.data(), spans.size(), c, counts, stride);
         return;

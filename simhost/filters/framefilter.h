@@ -10,7 +10,7 @@
 // Threads: filterFrame and isSuitable run on the GUI thread while parameters may be
 // written from a script or the GUI. A derived class keeps its state under mutex();
 // compute() copies it (plain values and shared, never changed, reference data) and
-// works without any lock, allocating nothing but the output frame.
+// works without any lock, allocating only the output frame and its own scratch rows.
 #pragma once
 
 #include "hostlog.h"

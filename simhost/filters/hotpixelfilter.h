@@ -3,8 +3,10 @@
 // "Radius" around the pixel (1: the 3 x 3 square), without the pixel itself, clipped
 // at the frame's edges. Neighbours that are NaN or infinite are left out of the mean
 // and the (population) standard deviation; a pixel with no usable neighbour stays as
-// it is, and so does a NaN pixel. Zero pixels are values like any other. The result
-// keeps the frame's type and every unmasked pixel's exact value.
+// it is, and so does a NaN pixel. A pixel must lie above the mean by more than a part
+// in 10^12 of it: the rounding of the sums does not make a uniform region hot. Zero
+// pixels are values like any other. The result keeps the frame's type and every
+// unmasked pixel's exact value.
 #pragma once
 
 #include "framefilter.h"
