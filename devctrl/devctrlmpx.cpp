@@ -1239,7 +1239,7 @@ void DevCtrlMpx::saveAcqData()
             const int kind = data->dataKind();
             if (type->canSaveFrames(kind)) {
                 ov::FilePath file(path.c_str());
-                data->saveToFile(&file, type->typeCode(), kind == ov::DataFrameSet ? 1 : 0);
+                data->saveToFile(&file, type->typeCode(), kind == ov::DataTpx3Pixels ? 1 : 0);
             }
         }
         // Through the relay: a closing page waits for this thread but takes no more

@@ -92,11 +92,13 @@ protected:
     ~IMpxFrame() = default;
 };
 
-// Kinds reported by IData::dataKind().
+// Kinds reported by IData::dataKind(). An object of kind DataTpx3Pixels is an
+// ITpx3Pixels, of kind DataTpx3Clusters an ITpx3Clusters.
 enum DataKind : int {
     DataFrames = 1,
     DataPixels = 2,
-    DataFrameSet = 3, // written with the frame flag set
+    DataTpx3Pixels = 3, // written with the frame flag set
+    DataTpx3Clusters = 6,
 };
 
 class IData : public IRefCounted
@@ -111,20 +113,72 @@ protected:
     ~IData() = default;
 };
 
-// Counted data objects of data-driven Timepix3 measurements.
-class ITpx3Pixels : public IRefCounted
+// One hit of a Timepix3 pixel in data-driven readout.
+struct Tpx3Hit
+{
+    uint64_t toa;   // time of arrival, steps of 1.5625 ns from the start of the measurement
+    uint16_t x;     // pixel column in the device's frame
+    uint16_t y;     // pixel row
+    uint16_t tot;   // time over threshold, steps of 25 ns
+    uint16_t flags; // 0; bit 0 set on a hit injected by a test pulse
+};
+
+// Hits that touch each other (edge or corner) within a short time: one particle.
+struct Tpx3Cluster
+{
+    uint64_t toa; // earliest hit of the cluster, steps of 1.5625 ns
+    float x;      // centroid, weighted by time over threshold
+    float y;
+    float energy;  // sum of the hits' time over threshold (steps of 25 ns), keV when
+                   // the device's data calibration is on
+    uint32_t size; // hits
+};
+
+// How the frame of Timepix3 pixel or cluster data is made.
+enum Tpx3FrameType : int {
+    Tpx3FrameIntegral = 0, // every hit of the measurement up to this data
+    Tpx3FrameFade = 1,     // only the hits of the last fade window
+};
+
+// The counted data objects of data-driven Timepix3 measurements. A measurement delivers
+// its hits in chunks, one data object per chunk ("AcqNewData" carries its index); the
+// chunk's records are fixed once delivered. The object's frame (IData::frameAt(0)) is
+// made on demand from the measurement's hits up to and including this chunk, integral
+// or over the fade window, counting hits per pixel.
+class ITpx3Data : public IData
+{
+public:
+    // Hits the host dropped in this measurement, up to this chunk, because their reader
+    // fell behind. A run with a non-zero count is not complete.
+    virtual uint64_t lostPixels() const = 0;
+    // Seconds of the fade window, counted back from the last hit of this chunk.
+    virtual double fadeWindowSize() const = 0;
+    virtual int setFadeWindowSize(double seconds) = 0;
+    virtual int frameType() const = 0;
+    virtual int setFrameType(int type) = 0;
+
+protected:
+    ~ITpx3Data() = default;
+};
+
+class ITpx3Pixels : public ITpx3Data
 {
 public:
     virtual size_t pixelCount() const = 0;
+    // The chunk's hits in order of arrival; valid as long as the object lives.
+    virtual const Tpx3Hit* pixels() const = 0;
 
 protected:
     ~ITpx3Pixels() = default;
 };
 
-class ITpx3Clusters : public IRefCounted
+class ITpx3Clusters : public ITpx3Data
 {
 public:
     virtual size_t clusterCount() const = 0;
+    virtual const Tpx3Cluster* clusters() const = 0;
+    // Hits in the chunk's clusters.
+    virtual size_t pixelCount() const = 0;
 
 protected:
     ~ITpx3Clusters() = default;
@@ -401,6 +455,11 @@ public:
     virtual int timeWalk(int chip, double* c, double* d, double* e, double* f, double* max) = 0;
     virtual int setTimeWalk(int chip, double c, double d, double e, double f, double max) = 0;
     virtual int calibrationMatrices(int chip, double* a, double* b, double* c, double* t) = 0;
+    // 0 "ToA + ToT", 1 "ToA", 2 "Event + iToT" (frame based), 3 "Only ToT" (data-driven).
+    virtual uint8_t operationMode() = 0;
+    virtual int setOperationMode(uint8_t mode) = 0;
+    // Hits dropped in the running or last data-driven measurement.
+    virtual uint64_t lostPixels() = 0;
 
 protected:
     ~IDevTpx3() = default;

@@ -81,7 +81,7 @@ FrameFileOptions SimFileType::writeOptions() const
 
 bool SimFileType::canSaveFrames(int flag) const
 {
-    return flag == ov::DataFrames || flag == ov::DataFrameSet;
+    return flag == ov::DataFrames || flag == ov::DataTpx3Pixels;
 }
 
 const std::vector<SimFileType*>& hostFileTypes()

@@ -167,6 +167,9 @@ public:
     int timeWalk(int, double*, double*, double*, double*, double*) override { return {}; }
     int setTimeWalk(int, double, double, double, double, double) override { return {}; }
     int calibrationMatrices(int, double*, double*, double*, double*) override { return {}; }
+    uint8_t operationMode() override { return {}; }
+    int setOperationMode(uint8_t) override { return {}; }
+    uint64_t lostPixels() override { return {}; }
 };
 
 // A host that offers nothing; tests override what they need.

@@ -754,10 +754,10 @@ private slots:
             t.join();
         QCOMPARE(parent->refCount(), 1);
 
-        sim::SimData* data = sim::SimData::create(ov::DataFrameSet);
+        sim::SimData* data = sim::SimData::create(ov::DataPixels);
         data->addFrame(parent);
         parent->decRef(); // the data object holds it now
-        QCOMPARE(data->dataKind(), int(ov::DataFrameSet));
+        QCOMPARE(data->dataKind(), int(ov::DataPixels));
         QCOMPARE(int(data->frameCount()), 1);
         QVERIFY(data->frameAt(0) == parent);
         QVERIFY(data->frameAt(1) == nullptr);
