@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <random>
 
@@ -138,6 +139,44 @@ std::vector<double> filtered(sim::FrameFilter& filter, sim::SimFrame* input)
     return px;
 }
 
+using Rule = std::function<double(const std::vector<double>& px, const Shape& s, int x, int y)>;
+
+// Runs the filter on a random frame of the type in every shape and compares each result
+// with the rule applied pixel by pixel; the first difference, empty when there is none.
+QString differenceFromRule(sim::FrameFilter& filter, int type, std::mt19937& rng, const Rule& rule)
+{
+    for (const Shape& s : kShapes) {
+        sim::SimFrame* input = makeFrame(s.width, s.height, type,
+            randomValues(size_t(s.width) * s.height, type == ov::FrameDouble, rng));
+        const std::vector<double> px = pixelsOf(input);
+        std::vector<double> want(px.size());
+        for (int y = 0; y < int(s.height); ++y)
+            for (int x = 0; x < int(s.width); ++x)
+                want[size_t(y) * s.width + size_t(x)] = rule(px, s, x, y);
+        const std::vector<double> got = filtered(filter, input);
+        input->decRef();
+        if (got.size() != want.size())
+            return QStringLiteral("%1 x %2: %3 pixels instead of %4")
+                .arg(s.width)
+                .arg(s.height)
+                .arg(got.size())
+                .arg(want.size());
+        const QString difference = firstDifference(got, want, s);
+        if (!difference.isEmpty())
+            return difference;
+    }
+    return QString();
+}
+
+// Takes the test row's frame type and instruction set, and holds the filters to it.
+int useRowIsa()
+{
+    QFETCH(int, type);
+    QFETCH(int, isa);
+    sim::capIsa(sim::Isa(isa));
+    return type;
+}
+
 } // namespace
 
 class TestNeighbourhoodFilters : public QObject
@@ -166,60 +205,38 @@ private slots:
     void median_data() { frameTypes_data(); }
     void median()
     {
-        QFETCH(int, type);
+        const int type = useRowIsa();
         QFETCH(int, isa);
-        sim::capIsa(sim::Isa(isa));
         QCOMPARE(sim::bestIsa(), sim::Isa(isa));
         const bool floating = type == ov::FrameDouble;
         std::mt19937 rng(7u + unsigned(type));
         sim::MedianFilter filter;
-        for (const Shape& s : kShapes) {
-            sim::SimFrame* input = makeFrame(
-                s.width, s.height, type, randomValues(size_t(s.width) * s.height, floating, rng));
-            const std::vector<double> px = pixelsOf(input);
-            std::vector<double> want(px.size());
-            for (int y = 0; y < int(s.height); ++y)
-                for (int x = 0; x < int(s.width); ++x)
-                    want[size_t(y) * s.width + size_t(x)] = medianAt(px, s, x, y, floating);
-            const std::vector<double> got = filtered(filter, input);
-            input->decRef();
-            QCOMPARE(got.size(), want.size());
-            const QString difference = firstDifference(got, want, s);
-            QVERIFY2(difference.isEmpty(), qPrintable(difference));
-        }
+        const QString difference = differenceFromRule(filter, type, rng,
+            [floating](const std::vector<double>& px, const Shape& s, int x, int y) {
+                return medianAt(px, s, x, y, floating);
+            });
+        QVERIFY2(difference.isEmpty(), qPrintable(difference));
     }
 
     void hotPixels_data() { frameTypes_data(); }
     void hotPixels()
     {
-        QFETCH(int, type);
+        const int type = useRowIsa();
         QFETCH(int, isa);
-        sim::capIsa(sim::Isa(isa));
         QCOMPARE(sim::bestIsa(), sim::Isa(isa));
-        const bool floating = type == ov::FrameDouble;
         std::mt19937 rng(11u + unsigned(type));
         sim::HotPixelFilter filter;
         for (int radius : {1, 2, 4}) {
             QCOMPARE(filter.params().find("Radius")->setU32Value(unsigned(radius)), 0);
             for (double sigma : {0.0, 1.37, 5.0}) {
                 QCOMPARE(filter.params().find("Sigma")->setDoubleValue(sigma), 0);
-                for (const Shape& s : kShapes) {
-                    sim::SimFrame* input = makeFrame(s.width, s.height, type,
-                        randomValues(size_t(s.width) * s.height, floating, rng));
-                    const std::vector<double> px = pixelsOf(input);
-                    std::vector<double> want(px.size());
-                    for (int y = 0; y < int(s.height); ++y)
-                        for (int x = 0; x < int(s.width); ++x)
-                            want[size_t(y) * s.width + size_t(x)]
-                                = maskedAt(px, s, x, y, radius, sigma);
-                    const std::vector<double> got = filtered(filter, input);
-                    input->decRef();
-                    QCOMPARE(got.size(), want.size());
-                    const QString difference = firstDifference(got, want, s);
-                    QVERIFY2(difference.isEmpty(),
-                        qPrintable(QStringLiteral("radius %1, sigma %2, ").arg(radius).arg(sigma)
-                            + difference));
-                }
+                const QString difference = differenceFromRule(filter, type, rng,
+                    [radius, sigma](const std::vector<double>& px, const Shape& s, int x, int y) {
+                        return maskedAt(px, s, x, y, radius, sigma);
+                    });
+                QVERIFY2(difference.isEmpty(),
+                    qPrintable(QStringLiteral("radius %1, sigma %2, ").arg(radius).arg(sigma)
+                        + difference));
             }
         }
     }
