@@ -48,9 +48,10 @@ int parseAcqRecord(const void* record, AcqRecord* out)
     const uint8_t integral = readU8(record, acqoff::Integral);
     const uint8_t refreshDacs = readU8(record, acqoff::RefreshDacs);
     const uint8_t refreshPixCfg = readU8(record, acqoff::RefreshPixCfg);
-    if (tp > 1 || integral > 1 || refreshDacs > 1 || refreshPixCfg > 1)
+    if (tp > 3 || integral > 1 || refreshDacs > 1 || refreshPixCfg > 1)
         return AcqErrBadFlag;
-    r.testPulses = tp == 1;
+    r.testPulses = (tp & 1u) != 0;
+    r.pixels = (tp & 2u) != 0;
     r.integral = integral == 1;
     r.refreshDacs = refreshDacs == 1;
     r.refreshPixCfg = refreshPixCfg == 1;
@@ -138,6 +139,8 @@ std::string describeRequest(const AcqRequest& r)
         + (a.count == 1 ? " frame" : " frames") + " of " + number(a.time) + " s";
     if (a.integral)
         out += ", integral";
+    if (a.pixels)
+        out += ", pixel data";
     std::string modes;
     static const struct
     {

@@ -2,7 +2,9 @@
 // IDevMpx::doAdvancedAcquisition, read byte by byte (little-endian, no alignment):
 //
 // Measurement record, 43 bytes:
-//   0 u32 test pulses (0 or 1)   4 u32 frame count        8 f64 acquisition time (s)
+//   0 u32 kind: 0 frames, 1 test pulses, 2 pixel data (data-driven readout of a
+//     Timepix3), 3 pixel data with test pulses
+//                                4 u32 frame count        8 f64 acquisition time (s)
 //  16 u32 mode flags            20 u32 file type         24 u32 file flags
 //  28 u32 spacing               32 u8  integral (0/1)    33 u8  refresh DACs (0/1)
 //  34 u8  refresh pixel configuration (0/1)              35 ptr output file (C string)
@@ -55,6 +57,7 @@ constexpr uint32_t kEndlessRepeats = 0xFFFFFFFFu;
 struct AcqRecord
 {
     bool testPulses = false;
+    bool pixels = false; // data-driven readout: hits instead of frames
     uint32_t count = 0;
     double time = 0.0;
     uint32_t mode = 0;

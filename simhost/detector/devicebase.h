@@ -1,10 +1,11 @@
 // The ov::IDev part of every simulated device, written once.
 //
-// DeviceBase<Iface> implements every ov::IDev operation of Iface (ov::IDev itself or a
-// family interface derived from it, such as ov::IDevMpx2) on top of SimDevice. A device
+// DeviceBase<Iface, Core> implements every ov::IDev operation of Iface (ov::IDev itself
+// or a family interface derived from it, such as ov::IDevMpx2) on top of Core, which is
+// SimDevice or a class derived from it that holds what several families share. A device
 // class derives from DeviceBase<its interface> and adds the family operations:
 //
-//     class TimepixDevice final : public DeviceBase<ov::IDevMpx2> { ... };
+//     class PlainDevice final : public DeviceBase<ov::IDev> { ... };
 #pragma once
 
 #include "simdevice.h"
@@ -13,53 +14,54 @@
 
 namespace sim {
 
-template <class Iface>
-class DeviceBase : public Iface, public SimDevice
+template <class Iface, class Core = SimDevice>
+class DeviceBase : public Iface, public Core
 {
     static_assert(std::is_base_of_v<ov::IDev, Iface>, "DeviceBase needs a device interface");
+    static_assert(std::is_base_of_v<SimDevice, Core>, "DeviceBase needs a simulated device");
 
 public:
-    explicit DeviceBase(const DeviceDesc& desc) : SimDevice(desc) { }
+    explicit DeviceBase(const DeviceDesc& desc) : Core(desc) { }
 
     ov::IDev* dev() override { return this; }
 
-    int deviceType() override { return kind(); }
-    int deviceInfo(ov::DevInfo* out) override { return fillDeviceInfo(out); }
+    int deviceType() override { return this->kind(); }
+    int deviceInfo(ov::DevInfo* out) override { return this->fillDeviceInfo(out); }
     int registerEvent(const char* eventName, ov::EventCallback cb, void* user) override
     {
-        return addEventCallback(eventName, cb, user);
+        return this->addEventCallback(eventName, cb, user);
     }
     int registerLogCallback(ov::LogCallback cb, void* user) override
     {
-        return addLogCallback(cb, user);
+        return this->addLogCallback(cb, user);
     }
     int unregisterLogCallback(ov::LogCallback cb, void* user) override
     {
-        return removeLogCallback(cb, user);
+        return this->removeLogCallback(cb, user);
     }
     int deviceName(ov::String& out) override
     {
-        out.set(name().toUtf8().constData());
+        out.set(this->name().toUtf8().constData());
         return 0;
     }
-    bool isLocked() override { return locked(); }
-    int reconnect() override { return reopen(); }
+    bool isLocked() override { return this->locked(); }
+    int reconnect() override { return this->reopen(); }
     // Parameter managers come with the device families that have parameters.
     ov::IParamMgr* paramMgr() override { return nullptr; }
-    int loadFactoryConfig() override { return useFactoryConfig(); }
+    int loadFactoryConfig() override { return this->useFactoryConfig(); }
     int configFilePath(ov::String& out) override
     {
-        out.set(configPath().toUtf8().constData());
+        out.set(this->configPath().toUtf8().constData());
         return 0;
     }
-    const ov::IMenuItem* deviceMenu() override { return menu(); }
+    const ov::IMenuItem* deviceMenu() override { return this->menu(); }
     int statusText(ov::String& out) override
     {
-        out.set(statusMessage().toUtf8().constData());
+        out.set(this->statusMessage().toUtf8().constData());
         return 0;
     }
-    int status() override { return statusCode(); }
-    int abortOperation() override { return requestAbort(); }
+    int status() override { return this->statusCode(); }
+    int abortOperation() override { return this->requestAbort(); }
 };
 
 } // namespace sim

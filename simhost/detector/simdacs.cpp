@@ -31,6 +31,31 @@ const std::vector<DacInfo>& timepixDacs()
     return table;
 }
 
+const std::vector<DacInfo>& timepix3Dacs()
+{
+    static const std::vector<DacInfo> table = {
+        {"IbiasPreampOn", 255, 128},
+        {"IbiasPreampOff", 15, 8},
+        {"VPreampNcas", 255, 128},
+        {"IbiasIkrum", 255, 15},
+        {"Vfbk", 255, 164},
+        {"VthresholdFine", 511, 375},
+        {"VthresholdCoarse", 15, 7},
+        {"IbiasDiscS1On", 255, 100},
+        {"IbiasDiscS1Off", 15, 8},
+        {"IbiasDiscS2On", 255, 128},
+        {"IbiasDiscS2Off", 15, 8},
+        {"IbiasPixelDac", 255, 128},
+        {"IbiasTpBufferIn", 255, 128},
+        {"IbiasTpBufferOut", 255, 128},
+        {"VTpCoarse", 255, 128},
+        {"VTpFine", 511, 256},
+        {"IbiasCpPll", 255, 128},
+        {"PllVcntrl", 255, 128},
+    };
+    return table;
+}
+
 const std::vector<DacInfo>& medipix2Dacs()
 {
     static const std::vector<DacInfo> table = {

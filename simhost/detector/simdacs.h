@@ -26,6 +26,16 @@ namespace sim {
 // The DACs of a family, in index order.
 const std::vector<DacInfo>& timepixDacs();
 const std::vector<DacInfo>& medipix2Dacs();
+const std::vector<DacInfo>& timepix3Dacs();
+
+// The DACs that the physics reads, by their names in a family's table.
+struct DacRoles
+{
+    const char* thlFine;
+    const char* thlCoarse;
+    const char* preamp;
+    const char* ikrum;
+};
 
 class SimDacs final : public ov::IMpxDacs
 {

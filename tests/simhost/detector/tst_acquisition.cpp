@@ -147,8 +147,12 @@ private slots:
         a.integral = 2;
         QCOMPARE(sim::parseAcqRecord(acqRecord(a).data(), &r), int(sim::AcqErrBadFlag));
         a = Acq();
-        a.testPulses = 3;
+        a.testPulses = 4;
         QCOMPARE(sim::parseAcqRecord(acqRecord(a).data(), &r), int(sim::AcqErrBadFlag));
+        a.testPulses = 3;
+        QCOMPARE(sim::parseAcqRecord(acqRecord(a).data(), &r), int(sim::AcqOk));
+        QVERIFY(r.testPulses);
+        QVERIFY(r.pixels);
         a = Acq();
         a.output = nullptr;
         QCOMPARE(sim::parseAcqRecord(acqRecord(a).data(), &r), int(sim::AcqErrNoOutputName));

@@ -1,4 +1,4 @@
-#include "timepixdevice.h"
+#include "mpxcore.h"
 
 #include "acquisition.h"
 #include "outputwriter.h"
@@ -16,14 +16,32 @@ namespace {
 
 bool optionMedipix2(const DeviceDesc& desc)
 {
-    return desc.medipix2;
+    return desc.kind == ov::DevKindMpx2 && desc.medipix2;
+}
+
+const std::vector<DacInfo>& dacTable(const DeviceDesc& desc)
+{
+    if (desc.kind == ov::DevKindTpx3)
+        return timepix3Dacs();
+    return optionMedipix2(desc) ? medipix2Dacs() : timepixDacs();
+}
+
+DacRoles dacRoles(const DeviceDesc& desc)
+{
+    if (desc.kind == ov::DevKindTpx3)
+        return {"VthresholdFine", "VthresholdCoarse", "IbiasPreampOn", "IbiasIkrum"};
+    if (optionMedipix2(desc))
+        return {"THLFine", "THLCoarse", "Preamp", "IKrum"};
+    return {"THL", "THLCoarse", "Preamp", "IKrum"};
 }
 
 } // namespace
 
-TimepixDevice::TimepixDevice(const DeviceDesc& desc)
-    : DeviceBase<ov::IDevMpx2>(desc),
+MpxCore::MpxCore(const DeviceDesc& desc)
+    : SimDevice(desc),
       m_medipix2(optionMedipix2(desc)),
+      m_timepix3(desc.kind == ov::DevKindTpx3),
+      m_roles(dacRoles(desc)),
       m_width(desc.width > 0 ? desc.width : 256),
       m_height(desc.height > 0 ? desc.height : 256),
       m_chips(desc.chips > 0 ? desc.chips : 1),
@@ -31,7 +49,7 @@ TimepixDevice::TimepixDevice(const DeviceDesc& desc)
           desc.eventThread ? EventDelivery::HostThread : EventDelivery::Direct),
       m_pixCfg(std::make_unique<SimPixCfg>(unsigned(m_width), unsigned(m_height),
           m_medipix2 ? SimPixCfg::KindMedipix2 : SimPixCfg::KindTimepix)),
-      m_dacs(std::make_unique<SimDacs>(m_medipix2 ? medipix2Dacs() : timepixDacs(), m_chips)),
+      m_dacs(std::make_unique<SimDacs>(dacTable(desc), m_chips)),
       m_senseRng(seedOf(desc.serial, 0x5e75e)),
       m_seed(seedOf(desc.serial, 0xf4a3e5)),
       m_physics(m_width, m_height, m_chips, seedOf(desc.serial, 0x9d75c5))
@@ -68,7 +86,7 @@ TimepixDevice::TimepixDevice(const DeviceDesc& desc)
     buildParams();
 }
 
-TimepixDevice::~TimepixDevice()
+MpxCore::~MpxCore()
 {
     // No log line here: the host destroys its devices after its own log.
     raiseAbortFlag();
@@ -76,7 +94,7 @@ TimepixDevice::~TimepixDevice()
     m_delivery.flush();
 }
 
-int TimepixDevice::fireEvent(const char* name, long data)
+int MpxCore::fireEvent(const char* name, long data)
 {
     if (!name)
         return 0;
@@ -84,7 +102,7 @@ int TimepixDevice::fireEvent(const char* name, long data)
     return 0;
 }
 
-void TimepixDevice::setSource(const SourceSettings& source)
+void MpxCore::setSource(const SourceSettings& source)
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -93,29 +111,29 @@ void TimepixDevice::setSource(const SourceSettings& source)
     settingsChanged();
 }
 
-SourceSettings TimepixDevice::source() const
+SourceSettings MpxCore::source() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_source;
 }
 
-void TimepixDevice::setSeed(uint64_t seed)
+void MpxCore::setSeed(uint64_t seed)
 {
     m_seed.store(seed);
     m_sequence.store(0);
 }
 
-int TimepixDevice::thlDac() const
+int MpxCore::thlDac() const
 {
-    return m_dacs->indexOf(m_medipix2 ? "THLFine" : "THL");
+    return m_dacs->indexOf(m_roles.thlFine);
 }
 
-int TimepixDevice::thlCoarseDac() const
+int MpxCore::thlCoarseDac() const
 {
-    return m_dacs->indexOf("THLCoarse");
+    return m_dacs->indexOf(m_roles.thlCoarse);
 }
 
-double TimepixDevice::effectiveThl(int chip, const std::vector<int>& dacs) const
+double MpxCore::effectiveThl(int chip, const std::vector<int>& dacs) const
 {
     const size_t n = size_t(m_dacs->dacCount());
     const int fine = dacs[size_t(chip) * n + size_t(thlDac())];
@@ -123,7 +141,7 @@ double TimepixDevice::effectiveThl(int chip, const std::vector<int>& dacs) const
     return fine + 80.0 * (coarse - 7);
 }
 
-double TimepixDevice::trueThresholdKeV(int chip) const
+double MpxCore::trueThresholdKeV(int chip) const
 {
     if (chip < 0 || chip >= m_chips)
         return 0.0;
@@ -133,7 +151,7 @@ double TimepixDevice::trueThresholdKeV(int chip) const
     return (c.noiseEdge - effectiveThl(chip, dacs)) * c.keVPerStep;
 }
 
-bool TimepixDevice::refreshPhysics()
+bool MpxCore::refreshPhysics()
 {
     const uint64_t key[3] = {m_settingsVersion.load(), m_pixCfg->version(), m_dacs->version()};
     if (std::equal(key, key + 3, m_physicsKey))
@@ -142,10 +160,12 @@ bool TimepixDevice::refreshPhysics()
     PhysicsInputs in;
     in.timepix = !m_medipix2;
     in.pixels = m_pixCfg->snapshot();
+    if (const int mode = forcedPixelMode(); mode >= 0)
+        in.pixels.mode.assign(in.pixels.mode.size(), uint8_t(mode));
     const std::vector<int> dacs = m_dacs->snapshot();
     const size_t n = size_t(m_dacs->dacCount());
-    const int preamp = m_dacs->indexOf("Preamp");
-    const int ikrum = m_dacs->indexOf("IKrum");
+    const int preamp = m_dacs->indexOf(m_roles.preamp);
+    const int ikrum = m_dacs->indexOf(m_roles.ikrum);
     const int thhFine = m_dacs->indexOf("THHFine");
     const int thhCoarse = m_dacs->indexOf("THHCoarse");
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -176,10 +196,10 @@ bool TimepixDevice::refreshPhysics()
 // ---------------------------------------------------------------------------------
 // Measurement
 
-class TimepixDevice::Series final : public SeriesTarget
+class MpxCore::Series final : public SeriesTarget
 {
 public:
-    Series(TimepixDevice& dev, const AcqRecord& acq, uint32_t mode, const TestPulseRecord* tp,
+    Series(MpxCore& dev, const AcqRecord& acq, uint32_t mode, const TestPulseRecord* tp,
         OutputWriter* output)
         : m_dev(dev), m_acq(acq), m_mode(mode), m_tp(tp), m_output(output)
     { }
@@ -191,6 +211,8 @@ public:
     {
         m_round = round;
         m_dev.m_store.clear();
+        if (m_acq.pixels)
+            return m_dev.runPixelRound(*this, m_acq, m_tp, round);
         const size_t n = size_t(m_dev.m_width) * size_t(m_dev.m_height);
         SimFrame* sum = nullptr;
         if (m_acq.integral)
@@ -340,7 +362,7 @@ private:
         post("AcqNewData", long(at));
     }
 
-    TimepixDevice& m_dev;
+    MpxCore& m_dev;
     const AcqRecord& m_acq;
     const uint32_t m_mode; // the mode bits the device acts on
     const TestPulseRecord* m_tp;
@@ -350,7 +372,12 @@ private:
     uint64_t m_maskVersion = 0;
 };
 
-int TimepixDevice::doAdvancedAcquisition(
+int MpxCore::runPixelRound(SeriesTarget&, const AcqRecord&, const TestPulseRecord*, int)
+{
+    return AcqErrUnsupported;
+}
+
+int MpxCore::doAdvancedAcquisition(
     const void* acqDesc, const void* repeatDesc, const void* testPulses)
 {
     // A refused measurement says why in the log before it returns its code.
@@ -372,6 +399,8 @@ int TimepixDevice::doAdvancedAcquisition(
     const uint32_t mode = ignoreTrigger ? acq.mode & ~triggerBits : acq.mode;
     if (mode & ~capabilityFlags())
         return refuse(AcqErrUnsupported, "the device cannot do the requested mode");
+    if (acq.pixels && !hasPixelReadout())
+        return refuse(AcqErrUnsupported, "the device has no data-driven readout");
     RepeatRecord repeat;
     if (repeatDesc && (rc = parseRepeatRecord(repeatDesc, &repeat)) != AcqOk)
         return refuse(rc, "the series description is not valid");
@@ -430,7 +459,7 @@ int TimepixDevice::doAdvancedAcquisition(
     return result;
 }
 
-AcqRequest TimepixDevice::lastRequest() const
+AcqRequest MpxCore::lastRequest() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_lastRequest;
@@ -439,7 +468,7 @@ AcqRequest TimepixDevice::lastRequest() const
 // ---------------------------------------------------------------------------------
 // Parameters, trigger and readout
 
-void TimepixDevice::buildParams()
+void MpxCore::buildParams()
 {
     m_params.setRefused([this](const SimParam& p, int code, const std::string& value) {
         log(ov::LogWarning,
@@ -507,7 +536,7 @@ void TimepixDevice::buildParams()
         ov::ParamDouble, ov::ParamReadOnly);
 }
 
-int TimepixDevice::triggerLocked(const QString& source)
+int MpxCore::triggerLocked(const QString& source)
 {
     m_trgCount->assign(double(++m_trgReceived));
     m_trgSource->assignText(source.toStdString());
@@ -519,7 +548,7 @@ int TimepixDevice::triggerLocked(const QString& source)
     return TriggerTaken;
 }
 
-int TimepixDevice::fireTrigger(const QString& source)
+int MpxCore::fireTrigger(const QString& source)
 {
     if (m_medipix2)
         return TriggerNoInput;
@@ -527,7 +556,7 @@ int TimepixDevice::fireTrigger(const QString& source)
     return triggerLocked(source);
 }
 
-int TimepixDevice::setTriggerLine(bool high, const QString& source)
+int MpxCore::setTriggerLine(bool high, const QString& source)
 {
     if (m_medipix2)
         return TriggerNoInput;
@@ -539,31 +568,31 @@ int TimepixDevice::setTriggerLine(bool high, const QString& source)
     return high == rising ? triggerLocked(source) : TriggerNoEdge;
 }
 
-bool TimepixDevice::triggerLine() const
+bool MpxCore::triggerLine() const
 {
     std::lock_guard<std::mutex> lock(m_trgMutex);
     return m_trgLineHigh;
 }
 
-bool TimepixDevice::waitingForTrigger() const
+bool MpxCore::waitingForTrigger() const
 {
     std::lock_guard<std::mutex> lock(m_trgMutex);
     return m_trgWaiting;
 }
 
-uint32_t TimepixDevice::triggerCount() const
+uint32_t MpxCore::triggerCount() const
 {
     std::lock_guard<std::mutex> lock(m_trgMutex);
     return m_trgReceived;
 }
 
-uint32_t TimepixDevice::triggerOutCount() const
+uint32_t MpxCore::triggerOutCount() const
 {
     std::lock_guard<std::mutex> lock(m_trgMutex);
     return m_trgOutPulses;
 }
 
-bool TimepixDevice::triggerOutputHigh() const
+bool MpxCore::triggerOutputHigh() const
 {
     if (m_medipix2)
         return false;
@@ -572,7 +601,7 @@ bool TimepixDevice::triggerOutputHigh() const
     return m_trgOutActive ? level : !level;
 }
 
-int TimepixDevice::waitForTrigger(const SeriesTarget& target)
+int MpxCore::waitForTrigger(const SeriesTarget& target)
 {
     using Clock = std::chrono::steady_clock;
     const int64_t timeout = m_trgTimeout->asInt();
@@ -603,7 +632,7 @@ int TimepixDevice::waitForTrigger(const SeriesTarget& target)
     }
 }
 
-void TimepixDevice::shutterOpened()
+void MpxCore::shutterOpened()
 {
     if (m_medipix2 || !m_trgOutEnabled->asBool())
         return;
@@ -612,7 +641,7 @@ void TimepixDevice::shutterOpened()
     m_trgOutCount->assign(double(++m_trgOutPulses));
 }
 
-void TimepixDevice::shutterClosed()
+void MpxCore::shutterClosed()
 {
     if (m_medipix2)
         return;
@@ -620,12 +649,12 @@ void TimepixDevice::shutterClosed()
     m_trgOutActive = false;
 }
 
-double TimepixDevice::lastReadoutSeconds() const
+double MpxCore::lastReadoutSeconds() const
 {
     return m_lastReadout.load();
 }
 
-double TimepixDevice::readoutSeconds(const int16_t* counts, bool compressed) const
+double MpxCore::readoutSeconds(const int16_t* counts, bool compressed) const
 {
     // Each chip sends its counters (14 bits a pixel); compressed, a header and then the
     // address (16 bits) and counter of every pixel that counted. The parallel bus moves
@@ -663,22 +692,22 @@ double TimepixDevice::readoutSeconds(const int16_t* counts, bool compressed) con
 // ---------------------------------------------------------------------------------
 // Store
 
-ov::IData* TimepixDevice::acqDataRefInc(unsigned index)
+ov::IData* MpxCore::acqDataRefInc(unsigned index)
 {
     return index > 0x7fffffffu ? nullptr : m_store.dataRefInc(int(index));
 }
 
-ov::IData* TimepixDevice::lastAcqDataRefInc(int index)
+ov::IData* MpxCore::lastAcqDataRefInc(int index)
 {
     return m_store.lastDataRefInc(index);
 }
 
-ov::IMpxFrame* TimepixDevice::lastAcqFrameRefInc()
+ov::IMpxFrame* MpxCore::lastAcqFrameRefInc()
 {
     return m_store.lastFrameRefInc();
 }
 
-ov::IMpxFrame* TimepixDevice::acqFrameRefInc(unsigned index)
+ov::IMpxFrame* MpxCore::acqFrameRefInc(unsigned index)
 {
     return index > 0x7fffffffu ? nullptr : m_store.frameRefInc(int(index));
 }
@@ -686,7 +715,7 @@ ov::IMpxFrame* TimepixDevice::acqFrameRefInc(unsigned index)
 // ---------------------------------------------------------------------------------
 // Device settings
 
-int TimepixDevice::deviceStatusText(ov::IString* out)
+int MpxCore::deviceStatusText(ov::IString* out)
 {
     if (!out)
         return -1;
@@ -694,7 +723,7 @@ int TimepixDevice::deviceStatusText(ov::IString* out)
     return 0;
 }
 
-int TimepixDevice::doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFrame** out)
+int MpxCore::doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFrame** out)
 {
     // Writes a pattern into every counter and reads it back: dead pixels fail. The
     // frame holds 1 for a good pixel and 0 for a failed one.
@@ -715,13 +744,13 @@ int TimepixDevice::doDigitalTest(unsigned* errors, unsigned* total, ov::IMpxFram
     return 0;
 }
 
-uint32_t TimepixDevice::capabilityFlags()
+uint32_t MpxCore::capabilityFlags()
 {
     return m_medipix2 ? 0u
                       : uint32_t(ov::CapHwTriggerStart | ov::CapHwTriggerStop | ov::CapCompression);
 }
 
-int TimepixDevice::setBias(double volts)
+int MpxCore::setBias(double volts)
 {
     if (!(volts >= 0.0) || volts > kBiasMax) {
         log(ov::LogWarning,
@@ -739,13 +768,13 @@ int TimepixDevice::setBias(double volts)
     return 0;
 }
 
-double TimepixDevice::bias()
+double MpxCore::bias()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_bias;
 }
 
-double TimepixDevice::senseBiasVoltage()
+double MpxCore::senseBiasVoltage()
 {
     if (m_medipix2)
         return 0.0;
@@ -753,7 +782,7 @@ double TimepixDevice::senseBiasVoltage()
     return m_bias * (1.0 + 0.002 * m_senseRng.normal()) + 0.05 * m_senseRng.normal();
 }
 
-double TimepixDevice::senseBiasCurrent()
+double MpxCore::senseBiasCurrent()
 {
     // Leakage current in microamperes: grows with the depleted depth, plus noise.
     if (m_medipix2)
@@ -764,13 +793,13 @@ double TimepixDevice::senseBiasCurrent()
     return std::max(0.0, current * (1.0 + 0.01 * m_senseRng.normal()));
 }
 
-bool TimepixDevice::isSensorRefreshEnabled()
+bool MpxCore::isSensorRefreshEnabled()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_sensorRefresh;
 }
 
-int TimepixDevice::setSensorRefreshEnabled(bool on)
+int MpxCore::setSensorRefreshEnabled(bool on)
 {
     if (m_medipix2)
         return -1;
@@ -782,7 +811,7 @@ int TimepixDevice::setSensorRefreshEnabled(bool on)
     return 0;
 }
 
-int TimepixDevice::setDacs(ov::IMpxDacs* dacs)
+int MpxCore::setDacs(ov::IMpxDacs* dacs)
 {
     auto* table = dynamic_cast<SimDacs*>(dacs);
     if (!table)
@@ -790,7 +819,7 @@ int TimepixDevice::setDacs(ov::IMpxDacs* dacs)
     return m_dacs->assign(*table);
 }
 
-int TimepixDevice::setPixCfg(ov::IMpxPixCfg* cfg)
+int MpxCore::setPixCfg(ov::IMpxPixCfg* cfg)
 {
     auto* config = dynamic_cast<SimPixCfg*>(cfg);
     if (!config)
@@ -798,7 +827,7 @@ int TimepixDevice::setPixCfg(ov::IMpxPixCfg* cfg)
     return m_pixCfg->assign(*config);
 }
 
-int TimepixDevice::chipIds(ov::StrList& out)
+int MpxCore::chipIds(ov::StrList& out)
 {
     // Wafer position and wafer number, as printed on the chips.
     for (int c = 0; c < m_chips; ++c) {
@@ -814,12 +843,12 @@ int TimepixDevice::chipIds(ov::StrList& out)
     return 0;
 }
 
-bool TimepixDevice::chipPolarity(int chip)
+bool MpxCore::chipPolarity(int chip)
 {
     return chipPolarity(chip, nullptr);
 }
 
-bool TimepixDevice::chipPolarity(int chip, uint16_t* k)
+bool MpxCore::chipPolarity(int chip, uint16_t* k)
 {
     if (chip < 0 || chip >= m_chips)
         return false;
@@ -829,7 +858,7 @@ bool TimepixDevice::chipPolarity(int chip, uint16_t* k)
     return m_cal[size_t(chip)].positive;
 }
 
-int TimepixDevice::setChipPolarity(int chip, bool positive)
+int MpxCore::setChipPolarity(int chip, bool positive)
 {
     if (chip < 0 || chip >= m_chips)
         return -1;
@@ -842,7 +871,7 @@ int TimepixDevice::setChipPolarity(int chip, bool positive)
     return 0;
 }
 
-int TimepixDevice::chipLayout(
+int MpxCore::chipLayout(
     unsigned* width, unsigned* height, unsigned* chipIndexes, unsigned* rotations)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -859,7 +888,7 @@ int TimepixDevice::chipLayout(
     return 0;
 }
 
-int TimepixDevice::setChipLayout(
+int MpxCore::setChipLayout(
     unsigned width, unsigned height, unsigned* chipIndexes, unsigned* rotations)
 {
     // The chips must fill the grid exactly, each chip once; rotations in quarter turns.
@@ -886,7 +915,7 @@ int TimepixDevice::setChipLayout(
     return 0;
 }
 
-double TimepixDevice::threshold(uint32_t chip, int kind)
+double MpxCore::threshold(uint32_t chip, int kind)
 {
     const int dac = thlDac();
     if (kind == ov::ThresholdChip) {
@@ -917,7 +946,7 @@ double TimepixDevice::threshold(uint32_t chip, int kind)
     return -1.0;
 }
 
-int TimepixDevice::setThreshold(uint32_t chip, int kind, double value)
+int MpxCore::setThreshold(uint32_t chip, int kind, double value)
 {
     const int dac = thlDac();
     const int maxValue = m_dacs->dacMaxValue(dac);
@@ -961,7 +990,7 @@ int TimepixDevice::setThreshold(uint32_t chip, int kind, double value)
     return rc;
 }
 
-bool TimepixDevice::isChipCalibrated(uint32_t chip)
+bool MpxCore::isChipCalibrated(uint32_t chip)
 {
     if (chip >= uint32_t(m_chips))
         return false;
@@ -969,7 +998,7 @@ bool TimepixDevice::isChipCalibrated(uint32_t chip)
     return m_cal[chip].a != 0.0;
 }
 
-int TimepixDevice::setChipCalibration(int chip, uint16_t k, double a, double b, double w, double t)
+int MpxCore::setChipCalibration(int chip, uint16_t k, double a, double b, double w, double t)
 {
     if (chip < 0 || chip >= m_chips || !std::isfinite(a) || !std::isfinite(b))
         return -1;
@@ -986,7 +1015,7 @@ int TimepixDevice::setChipCalibration(int chip, uint16_t k, double a, double b, 
     return 0;
 }
 
-int TimepixDevice::chipCalibration(int chip, double* a, double* b, double* w, double* t)
+int MpxCore::chipCalibration(int chip, double* a, double* b, double* w, double* t)
 {
     if (chip < 0 || chip >= m_chips)
         return -1;
@@ -1003,7 +1032,7 @@ int TimepixDevice::chipCalibration(int chip, double* a, double* b, double* w, do
     return 0;
 }
 
-int TimepixDevice::testPulseLimits(uint32_t* maxCount, double* maxHeight, double* maxPeriod)
+int MpxCore::testPulseLimits(uint32_t* maxCount, double* maxHeight, double* maxPeriod)
 {
     if (maxCount)
         *maxCount = kMaxPulseCount;
@@ -1014,7 +1043,7 @@ int TimepixDevice::testPulseLimits(uint32_t* maxCount, double* maxHeight, double
     return 0;
 }
 
-int TimepixDevice::setClock(double mhz)
+int MpxCore::setClock(double mhz)
 {
     if (m_medipix2) {
         log(ov::LogWarning,
@@ -1038,7 +1067,7 @@ int TimepixDevice::setClock(double mhz)
     return 0;
 }
 
-double TimepixDevice::clock()
+double MpxCore::clock()
 {
     if (m_medipix2)
         return 0.0;
@@ -1046,13 +1075,13 @@ double TimepixDevice::clock()
     return m_clock;
 }
 
-bool TimepixDevice::isDataCalibrationEnabled()
+bool MpxCore::isDataCalibrationEnabled()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_dataCalibration;
 }
 
-int TimepixDevice::setDataCalibrationEnabled(bool on)
+int MpxCore::setDataCalibrationEnabled(bool on)
 {
     if (m_medipix2)
         return -1;
@@ -1064,7 +1093,7 @@ int TimepixDevice::setDataCalibrationEnabled(bool on)
     return 0;
 }
 
-int TimepixDevice::setCalibrationMatrices(int chip, double* a, double* b, double* c, double* t)
+int MpxCore::setCalibrationMatrices(int chip, double* a, double* b, double* c, double* t)
 {
     if (m_medipix2 || chip < 0 || chip >= m_chips || !a || !b || !c || !t)
         return -1;
@@ -1081,7 +1110,7 @@ int TimepixDevice::setCalibrationMatrices(int chip, double* a, double* b, double
     return 0;
 }
 
-int TimepixDevice::calibrationMatrices(int chip, double* a, double* b, double* c, double* t)
+int MpxCore::calibrationMatrices(int chip, double* a, double* b, double* c, double* t)
 {
     if (m_medipix2 || chip < 0 || chip >= m_chips)
         return -1;
@@ -1104,13 +1133,13 @@ int TimepixDevice::calibrationMatrices(int chip, double* a, double* b, double* c
     return 0;
 }
 
-int TimepixDevice::dacDelay()
+int MpxCore::dacDelay()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_dacDelay;
 }
 
-int TimepixDevice::setDacDelay(int ms)
+int MpxCore::setDacDelay(int ms)
 {
     if (ms < 0 || ms > 10000)
         return -1;

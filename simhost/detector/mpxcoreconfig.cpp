@@ -1,6 +1,6 @@
 // Device configuration files of the simulated Medipix2 / Timepix: saving, loading and
 // the factory configuration.
-#include "timepixdevice.h"
+#include "mpxcore.h"
 
 #include "dacsfile.h"
 #include "devicecfgfile.h"
@@ -21,7 +21,7 @@ const QString kDacsSuffix = QStringLiteral(".dacs");
 
 } // namespace
 
-int TimepixDevice::loadConfigFile(ov::IFilePath* path)
+int MpxCore::loadConfigFile(ov::IFilePath* path)
 {
     if (!path || !path->get() || !*path->get()) {
         log(ov::LogError, QStringLiteral("Configuration not loaded: no file name"));
@@ -30,7 +30,7 @@ int TimepixDevice::loadConfigFile(ov::IFilePath* path)
     return loadConfig(QString::fromUtf8(path->get()), true);
 }
 
-int TimepixDevice::saveConfigFile(ov::IFilePath* path)
+int MpxCore::saveConfigFile(ov::IFilePath* path)
 {
     if (!path || !path->get() || !*path->get()) {
         log(ov::LogError, QStringLiteral("Configuration not saved: no file name"));
@@ -39,7 +39,7 @@ int TimepixDevice::saveConfigFile(ov::IFilePath* path)
     return saveConfig(QString::fromUtf8(path->get()), m_pixCfg->snapshot(), m_dacs->snapshot());
 }
 
-int TimepixDevice::loadConfig(const QString& path, bool announce)
+int MpxCore::loadConfig(const QString& path, bool announce)
 {
     auto fail = [this](int code, const QString& why) {
         log(ov::LogError, QStringLiteral("Configuration not loaded: ") + why);
@@ -101,7 +101,7 @@ int TimepixDevice::loadConfig(const QString& path, bool announce)
     return 0;
 }
 
-int TimepixDevice::saveConfig(
+int MpxCore::saveConfig(
     const QString& path, const SimPixCfg::Pixels& px, const std::vector<int>& dacs)
 {
     auto fail = [this](const QString& why) {
@@ -149,7 +149,7 @@ int TimepixDevice::saveConfig(
     return 0;
 }
 
-int TimepixDevice::writeFactoryConfig(const QString& path)
+int MpxCore::writeFactoryConfig(const QString& path)
 {
     // Equalisation: each pixel's adjustment cancels its own threshold offset as far as
     // the 4 bits reach; the hot pixels are masked.
@@ -168,14 +168,14 @@ int TimepixDevice::writeFactoryConfig(const QString& path)
     return saveConfig(path, px, defaults.snapshot());
 }
 
-void TimepixDevice::attached()
+void MpxCore::attached()
 {
     const QString path = factoryConfigPath();
     if (desc().factoryConfig && !path.isEmpty() && !QFileInfo::exists(path))
         writeFactoryConfig(path);
 }
 
-int TimepixDevice::applyFactoryConfig(const QString& path)
+int MpxCore::applyFactoryConfig(const QString& path)
 {
     // The caller announces the new configuration file with "DeviceCfgChanged".
     return loadConfig(path, false);
