@@ -36,8 +36,8 @@ void readAs(int format, const char* data, size_t size)
     }
 
     std::string encoded;
-    FUZZ_CHECK(sim::encodeTpx3Hits(
-                   format, hits.data(), hits.size(), width, height, &encoded, &error)
+    FUZZ_CHECK(
+        sim::encodeTpx3Hits(format, hits.data(), hits.size(), width, height, &encoded, &error)
         == 0);
     std::vector<ov::Tpx3Hit> back;
     unsigned w = 0;
@@ -55,8 +55,7 @@ void readAs(int format, const char* data, size_t size)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const char* bytes = reinterpret_cast<const char*>(data);
-    for (int format :
-        { sim::Tpx3HitList, sim::Tpx3HitText, sim::Tpx3HitRaw, sim::Tpx3HitSorted })
+    for (int format : {sim::Tpx3HitList, sim::Tpx3HitText, sim::Tpx3HitRaw, sim::Tpx3HitSorted})
         readAs(format, bytes, size);
     return 0;
 }
