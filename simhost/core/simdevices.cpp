@@ -1,5 +1,6 @@
 #include "simdevices.h"
 
+#include "timepix3device.h"
 #include "timepixdevice.h"
 
 namespace sim {
@@ -11,8 +12,9 @@ std::shared_ptr<SimDevice> createDevice(const DeviceDesc& desc)
     switch (desc.kind) {
     case ov::DevKindMpx2:
         return std::make_shared<TimepixDevice>(desc);
-    case ov::DevKindMpx3:
     case ov::DevKindTpx3:
+        return std::make_shared<Timepix3Device>(desc);
+    case ov::DevKindMpx3:
     case ov::DevKindTpx2:
     case ov::DevKindFile:
     case ov::DevKindMotor:

@@ -435,7 +435,11 @@ int MpxCore::doAdvancedAcquisition(
                            "ignored"));
     hostNote(ov::LogInfo, QString::fromStdString(describeRequest(request)));
     m_store.setLimitBytes(static_cast<size_t>(std::max(0.0, frameMemoryMb()) * 1048576.0));
-    OutputWriter output(acq, repeatDesc ? &repeat : nullptr,
+    // Pixel data goes to the device's own pixel files, not to frame files.
+    AcqRecord frameOutput = acq;
+    if (acq.pixels)
+        frameOutput.outputFile.clear();
+    OutputWriter output(frameOutput, repeatDesc ? &repeat : nullptr,
         [this](unsigned level, const QString& text) { log(level, text); });
 
     Series series(*this, acq, mode, acq.testPulses ? &tp : nullptr, &output);
@@ -850,6 +854,13 @@ bool MpxCore::chipPolarity(int chip)
 
 bool MpxCore::chipPolarity(int chip, uint16_t* k)
 {
+    // Chip -1 (0xFFFFFFFF) asks for the device as a whole: positive when every chip is.
+    if (chip == -1) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (k)
+            *k = m_cal[0].k;
+        return std::all_of(m_cal.begin(), m_cal.end(), [](const ChipCal& c) { return c.positive; });
+    }
     if (chip < 0 || chip >= m_chips)
         return false;
     std::lock_guard<std::mutex> lock(m_mutex);

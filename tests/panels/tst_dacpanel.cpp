@@ -190,9 +190,13 @@ private slots:
 
     void deviceWithoutDacsHasNoPanel()
     {
-        // The simulated Timepix3 offers no DAC table.
+        // The simulated Medipix3 offers no DAC table yet.
         HostFixture fixture;
-        ov::IDev* dev = fixture.connect(sim::defaultDeviceSet().at(2));
+        sim::DeviceDesc plain;
+        for (const sim::DeviceDesc& d : sim::defaultDeviceSet())
+            if (d.kind == ov::DevKindMpx3)
+                plain = d;
+        ov::IDev* dev = fixture.connect(plain);
         QVERIFY(dev);
         QVERIFY(fixture.start());
         auto* view = qobject_cast<DevViewMpx*>(fixture.window()->getView(dev));

@@ -233,8 +233,11 @@ private slots:
         QCOMPARE(c.get("TpxClockChanged"), 1);
         QCOMPARE(dev->setDacDelay(120), 0);
         QCOMPARE(dev->dacDelay(), 120);
+        QVERIFY(dev->chipPolarity(-1)); // the device as a whole
         QCOMPARE(dev->setChipPolarity(3, false), 0);
         QVERIFY(!dev->chipPolarity(3) && dev->chipPolarity(2));
+        QVERIFY(!dev->chipPolarity(-1));
+        QVERIFY(!dev->chipPolarity(-2));
         unsigned w = 0, h = 0, idx[4], rot[4];
         QCOMPARE(dev->chipLayout(&w, &h, idx, rot), 0);
         QVERIFY(w == 2 && h == 2 && idx[3] == 3 && rot[0] == 0);
