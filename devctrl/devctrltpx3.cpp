@@ -40,7 +40,8 @@ bool isTpx3Data(ov::IData* data)
     return kind == ov::DataTpx3Pixels || kind == ov::DataTpx3Clusters;
 }
 
-// The data object at index when it is of kind, with the caller's reference; else null.
+// data, which carries the caller's reference, as T when it is of kind; otherwise the
+// reference is dropped and the result is null.
 template <typename T>
 T* dataOfKind(ov::IData* data, int kind)
 {
@@ -222,22 +223,23 @@ double DevCtrlTpx3::fadeWindowSize() const
     return data ? data->fadeWindowSize() : 0.0;
 }
 
-void DevCtrlTpx3::setFadeWindowSize(double seconds)
+void DevCtrlTpx3::changeNewestData(const std::function<void(ov::ITpx3Data*)>& change)
 {
     const ov::RefData<ov::ITpx3Data> data = lastTpx3Data();
     if (!data)
         return;
-    data->setFadeWindowSize(seconds);
+    change(data.get());
     showFrame(data->frameAt(0));
+}
+
+void DevCtrlTpx3::setFadeWindowSize(double seconds)
+{
+    changeNewestData([seconds](ov::ITpx3Data* data) { data->setFadeWindowSize(seconds); });
 }
 
 void DevCtrlTpx3::setFrameType(int type)
 {
-    const ov::RefData<ov::ITpx3Data> data = lastTpx3Data();
-    if (!data)
-        return;
-    data->setFrameType(type);
-    showFrame(data->frameAt(0));
+    changeNewestData([type](ov::ITpx3Data* data) { data->setFrameType(type); });
 }
 
 void DevCtrlTpx3::showAcqFrame(unsigned long index)
@@ -297,20 +299,15 @@ int DevCtrlTpx3::thlStep(bool over)
     return over == polarity ? 1 : -1;
 }
 
+// The frame on show, not a sub-frame; without one the result is -1.
 int DevCtrlTpx3::shiftThlOver(double limit, int)
 {
-    const ov::RefData<ov::IMpxFrame> f = currentFrame();
-    if (!f)
-        return -1;
-    return shiftThlOfFrame(f.get(), limit, true, thlStep(true));
+    return shiftThlOfFrame(currentFrame().get(), limit, true, thlStep(true));
 }
 
 int DevCtrlTpx3::shiftThlUnder(double limit, int)
 {
-    const ov::RefData<ov::IMpxFrame> f = currentFrame();
-    if (!f)
-        return -1;
-    return shiftThlOfFrame(f.get(), limit, false, thlStep(false));
+    return shiftThlOfFrame(currentFrame().get(), limit, false, thlStep(false));
 }
 
 } // namespace PluginDevControl
