@@ -56,4 +56,16 @@ void AcqParams::save(ov::ISettings* settings) const
     settings->setInt(s, "TpSpacing", tpSpacing);
 }
 
+void AcqParamsTpx3::load(ov::ISettings* settings)
+{
+    if (settings)
+        timeDataDriven = settings->getDouble(kAcqSection, "TimeDataDriven", timeDataDriven);
+}
+
+void AcqParamsTpx3::save(ov::ISettings* settings) const
+{
+    if (settings)
+        settings->setDouble(kAcqSection, "TimeDataDriven", timeDataDriven);
+}
+
 } // namespace PluginDevControl

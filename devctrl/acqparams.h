@@ -18,6 +18,12 @@ enum AcqType : int {
     AcqIntegralTestPulses = 4,
 };
 
+// Acquisition types of the Timepix3 family beyond the common ones.
+enum AcqTypeTpx3 : int {
+    AcqTpx3Pixels = 3,           // data-driven readout
+    AcqTpx3PixelsTestPulses = 5, // data-driven readout with test pulses
+};
+
 class AcqParams
 {
 public:
@@ -50,6 +56,22 @@ public:
     int tpSpacing = 4;          // "TpSpacing" of test-pulse measurements
     bool refreshDacs = false;   // "RefreshDacs"
     bool refreshPixCfg = false; // "RefreshPixCfg"
+};
+
+// The second time of a Timepix3 measurement, used by data-driven (pixel) runs.
+class AcqParamsTpx3
+{
+public:
+    AcqParamsTpx3() = default;
+    AcqParamsTpx3(const AcqParamsTpx3&) = default;
+    AcqParamsTpx3& operator=(const AcqParamsTpx3&) = default;
+    virtual ~AcqParamsTpx3() = default;
+
+    // Reads and writes "TimeDataDriven" of section "Acq".
+    void load(ov::ISettings* settings);
+    void save(ov::ISettings* settings) const;
+
+    double timeDataDriven = 0.0; // seconds of a data-driven measurement
 };
 
 // Section of the device settings that holds AcqParams.

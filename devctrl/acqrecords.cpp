@@ -66,6 +66,53 @@ AcqDesc makeAcqDesc(const AcqParams& params)
     return desc;
 }
 
+namespace {
+
+// One row of the Timepix3 measurement kinds, by acquisition type.
+struct Tpx3AcqKind
+{
+    uint32_t word; // at offset 0
+    uint8_t integral;
+    bool testPulses;
+    bool dataDrivenTime;
+    bool tpSpacing;
+};
+
+constexpr Tpx3AcqKind kTpx3Kinds[] = {
+    {0, 0, false, false, false}, // frames
+    {0, 1, false, false, false}, // integral
+    {1, 0, true, false, true},   // test pulses
+    {2, 0, false, true, false},  // pixels
+    {1, 1, true, false, true},   // integral test pulses
+    {3, 0, true, false, false},  // pixels and test pulses
+};
+
+const Tpx3AcqKind& tpx3Kind(int acqType)
+{
+    constexpr int count = static_cast<int>(sizeof kTpx3Kinds / sizeof kTpx3Kinds[0]);
+    return acqType >= 0 && acqType < count ? kTpx3Kinds[acqType] : kTpx3Kinds[0];
+}
+
+} // namespace
+
+AcqDesc makeTpx3AcqDesc(const AcqParams& params, double timeDataDriven)
+{
+    const Tpx3AcqKind& kind = tpx3Kind(params.acqType);
+    AcqDesc desc = makeAcqDesc(params);
+    desc.testPulses = kind.word;
+    desc.integral = kind.integral;
+    desc.time = kind.dataDrivenTime ? timeDataDriven : params.acqTime;
+    desc.spacing = static_cast<uint32_t>(kind.tpSpacing ? params.tpSpacing : params.spacing);
+    desc.refreshDacs = 0;
+    desc.refreshPixCfg = 0;
+    return desc;
+}
+
+bool tpx3SendsTestPulses(int acqType)
+{
+    return tpx3Kind(acqType).testPulses;
+}
+
 RepeatDesc makeRepeatDesc(const AcqParams& params)
 {
     RepeatDesc desc;

@@ -170,6 +170,14 @@ TpParams defaultTpParams(int devType);
 // 2 sends tpSpacing, type 4 sends spacing like the frame types.
 AcqDesc makeAcqDesc(const AcqParams& params);
 
+// The description of one Timepix3 measurement of params. Besides the types above,
+// type 3 (pixels) sends word 2 and the data-driven time, and type 5 (pixels with test
+// pulses) sends word 3; type 4 sends tpSpacing here, and types above 5 count as frames.
+// The refresh bytes are always 0 on this family.
+AcqDesc makeTpx3AcqDesc(const AcqParams& params, double timeDataDriven);
+// Whether a Timepix3 measurement of acqType hands the test-pulse block to the device.
+bool tpx3SendsTestPulses(int acqType);
+
 // The series description of params; a repeat count of 0 (endless) is sent as
 // 0xFFFFFFFF.
 RepeatDesc makeRepeatDesc(const AcqParams& params);

@@ -274,16 +274,20 @@ void DevCtrlMpx::run() { }
 
 void DevCtrlMpx::runAdvancedAcquisition()
 {
-    acqRunning = true;
-
     const AcqDesc desc = makeAcqDesc(m_acqParams);
+    runAdvancedAcquisition(desc, desc.testPulses == 1);
+}
+
+void DevCtrlMpx::runAdvancedAcquisition(const AcqDesc& desc, bool testPulses)
+{
+    acqRunning = true;
 
     const RepeatDesc repeat = makeRepeatDesc(m_acqParams);
     std::memcpy(&repeatStore, &repeat, sizeof repeat);
     activeRepeatCount = repeat.count;
     activeRepeat.store(&repeatStore, std::memory_order_release);
 
-    const void* tpBlock = testPulseBlock(m_tpParams, desc.testPulses == 1);
+    const void* tpBlock = testPulseBlock(m_tpParams, testPulses);
 
     m_curAcq = 0;
     m_curRepeat = 0;
@@ -664,6 +668,37 @@ void DevCtrlMpx::showAcqFrame(unsigned long index)
 }
 
 void DevCtrlMpx::showPixCfgFrames(bool) { }
+
+void DevCtrlMpx::addFixedTabs(const QStringList& names)
+{
+    if (!frameTabs)
+        return;
+    const bool blocked = frameTabs->blockSignals(true);
+    for (const QString& name : names)
+        frameTabs->addTab(name);
+    frameTabs->blockSignals(blocked);
+}
+
+void DevCtrlMpx::showFixedTabs(bool show, const QStringList& names)
+{
+    pixCfgFramesShown = show;
+    if (!frameTabs)
+        return;
+    const bool blocked = frameTabs->blockSignals(true);
+    if (show) {
+        removeAllFrameTabs();
+        addFixedTabs(names);
+        frameTabs->show();
+        onCurrentTabChanged(0);
+    } else {
+        frameTabs->hide();
+        removeAllFrameTabs();
+        pixCfgFrame.dec();
+        pixCfgType = PixCfgNone;
+        onShowFrame();
+    }
+    frameTabs->blockSignals(blocked);
+}
 
 void DevCtrlMpx::showPixCfgFrame(PixCfgType type)
 {

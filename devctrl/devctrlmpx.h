@@ -95,6 +95,7 @@ public:
     virtual void showAcqFrame(unsigned long index);
     virtual void showPixCfgFrames(bool show);
     virtual void updateCurrentFrame();
+    bool pixCfgFramesOnView() const { return pixCfgFramesShown; }
 
     // Pixel configuration (devctrlmpxpixcfg.cpp). togglePixCfg flips the bit of the
     // configuration view on show (the mask on the real frame) for a pixel, row or column;
@@ -262,7 +263,7 @@ public slots:
     void onFrameZoomRectChanged(QRect rect);
     void onSelectionRectsChanged(QList<QRect> rects);
     void onMpxFrameMouseLeave();
-    void onNewData(int index);
+    virtual void onNewData(int index);
     void onProgressDialogFinished(int code, QString message);
     void onRangeChanged(double min, double max);
 
@@ -279,6 +280,9 @@ protected:
     // The steps of run() shared by the Timepix, Medipix3 and Timepix2 families:
     // fill the records, make the blocking device call, report the result.
     void runAdvancedAcquisition();
+    // The same steps with a description the family made; the test-pulse block of the
+    // device's kind goes along when testPulses is set. desc must live until it returns.
+    void runAdvancedAcquisition(const AcqDesc& desc, bool testPulses);
 
     static void runWrapper(DevCtrlMpx* ctrl);
     static void onPixCfgChangedWrapper(long data, long user);
@@ -303,10 +307,20 @@ protected:
     int maskByValue(double threshold, bool over);
     // Steps the threshold adjustment of those pixels down (over) or up (under).
     int shiftThlByValue(double threshold, bool over);
-    // Steps one adjustment on the working copy cfg for each pixel of frame, read as T,
-    // beyond the threshold; a pixel whose adjustment has no room left is masked.
+    // Adds step to the threshold adjustment of every pixel of frame beyond the threshold
+    // (above it when over, else below it), on a copy of the configuration that goes to
+    // the device in one call; -1 when there is no frame or no copy.
+    int shiftThlOfFrame(ov::IMpxFrame* frame, double threshold, bool over, int step);
+    // Steps one adjustment by step on the working copy cfg for each pixel of frame, read
+    // as T, beyond the threshold; a pixel whose adjustment has no room left is masked.
     template <typename T>
-    void shiftThlAdj(ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over);
+    void shiftThlAdj(
+        ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over, int step);
+    // Adds the tabs of names to the tab bar with its signals blocked.
+    void addFixedTabs(const QStringList& names);
+    // Shows the tab bar with the fixed tabs names and the real frame, or hides and empties
+    // it and goes back to the real frame.
+    void showFixedTabs(bool show, const QStringList& names);
     // Asks for a pixel-configuration file among filters and hands it, with the format
     // code of the chosen filter, to the configuration's save or load. The chosen name;
     // empty when cancelled.
@@ -367,6 +381,8 @@ protected:
     std::atomic<bool> autoUpdate {true};
     bool showMasked = false;
     bool fixedTabs = false;
+    // The fixed configuration tabs are on view (showFixedTabs).
+    bool pixCfgFramesShown = false;
     bool normalizeByTimeOn = false;
     std::atomic<bool> deviceLocked {false};
     // (dac, chip, value) in order of arrival; filled on the GUI thread, drained on the

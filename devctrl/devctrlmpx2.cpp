@@ -1,6 +1,7 @@
 #include "devctrlmpx2.h"
 
 #include "callbackrelay.h"
+#include "thresholdargs.h"
 
 #include <QFileInfo>
 #include <QTabBar>
@@ -17,7 +18,6 @@ namespace {
 
 constexpr const char* kTpSection = "TpPars";
 constexpr int kTimepixPixCfgKind = 2;
-constexpr uint32_t kAllChips = 0xFFFFFFFFu;
 
 } // namespace
 
@@ -27,7 +27,7 @@ DevCtrlMpx2::DevCtrlMpx2(ov::IOrvel* orvel, ov::IDevMpx2* dev, QMpxFrame* frame,
     fixedTabs = true;
     if (mpx2)
         mpx2->registerEvent("TpxClockChanged", onTpxClockChangedWrapper, eventRelay);
-    addFixedTabs();
+    addFixedTabs(fixedTabNames());
     if (mpx2)
         getThresholdCalibrated();
 }
@@ -38,18 +38,11 @@ DevCtrlMpx2::~DevCtrlMpx2()
     detachDeviceEvents();
 }
 
-void DevCtrlMpx2::addFixedTabs()
+QStringList DevCtrlMpx2::fixedTabNames()
 {
-    if (!frameTabs)
-        return;
-    const bool blocked = frameTabs->blockSignals(true);
-    frameTabs->addTab(QStringLiteral("Frame"));
-    frameTabs->addTab(QStringLiteral("Mask"));
-    frameTabs->addTab(QStringLiteral("Test"));
-    frameTabs->addTab(QStringLiteral("THL"));
     const bool timepix = mpx2 && mpx2->isTimepix();
-    frameTabs->addTab(timepix ? QStringLiteral("Mode") : QStringLiteral("THH"));
-    frameTabs->blockSignals(blocked);
+    return {QStringLiteral("Frame"), QStringLiteral("Mask"), QStringLiteral("Test"),
+        QStringLiteral("THL"), timepix ? QStringLiteral("Mode") : QStringLiteral("THH")};
 }
 
 void DevCtrlMpx2::onTpxClockChangedWrapper(long, long user)
@@ -125,14 +118,9 @@ void DevCtrlMpx2::onAcqFinish(long frameIndex)
 
 void DevCtrlMpx2::thresholdArgs(uint32_t* chip, int* kind)
 {
-    const bool calibrated = thresholdCalibrated.load();
-    if (mpx2->chipCount() <= 1) {
-        *chip = 0;
-        *kind = calibrated ? ov::ThresholdCalibrated : ov::ThresholdChip;
-    } else {
-        *chip = kAllChips;
-        *kind = calibrated ? ov::ThresholdCalibrated : ov::ThresholdAllChips;
-    }
+    const ThresholdArgs args = thresholdArgsFor(mpx2->chipCount(), thresholdCalibrated.load());
+    *chip = args.chip;
+    *kind = args.kind;
 }
 
 int DevCtrlMpx2::setThreshold(double value)
@@ -163,15 +151,7 @@ double DevCtrlMpx2::threshold()
 
 void DevCtrlMpx2::getThresholdCalibrated()
 {
-    bool calibrated = true;
-    const unsigned chips = mpx2->chipCount();
-    for (unsigned chip = 0; chip < chips; ++chip) {
-        if (!mpx2->isChipCalibrated(chip)) {
-            calibrated = false;
-            break;
-        }
-    }
-    thresholdCalibrated = calibrated;
+    thresholdCalibrated = allChipsCalibrated(mpx2);
 }
 
 void DevCtrlMpx2::onDevStgChanged()
@@ -195,23 +175,7 @@ int DevCtrlMpx2::setTpxMode(int mode)
 
 void DevCtrlMpx2::showPixCfgFrames(bool show)
 {
-    pixCfgFramesShown = show;
-    if (!frameTabs)
-        return;
-    const bool blocked = frameTabs->blockSignals(true);
-    if (show) {
-        removeAllFrameTabs();
-        addFixedTabs();
-        frameTabs->show();
-        onCurrentTabChanged(0);
-    } else {
-        frameTabs->hide();
-        removeAllFrameTabs();
-        pixCfgFrame.dec();
-        pixCfgType = PixCfgNone;
-        onShowFrame();
-    }
-    frameTabs->blockSignals(blocked);
+    showFixedTabs(show, fixedTabNames());
 }
 
 void DevCtrlMpx2::showPixCfgFrame(PixCfgType type)

@@ -51,14 +51,12 @@ public:
     void getThresholdCalibrated();
     static void onTpxClockChangedWrapper(long data, long user);
 
-    bool pixCfgFramesOnView() const { return pixCfgFramesShown; }
-
 signals:
     void sigTpxClockChanged();
 
 protected:
     // The tabs above the frame: the frame itself and the four configuration views.
-    void addFixedTabs();
+    QStringList fixedTabNames();
     // The host's chip and kind arguments of the threshold operations.
     void thresholdArgs(uint32_t* chip, int* kind);
     // The file filters offered for the configuration tab on show, with their formats.
@@ -72,7 +70,6 @@ protected:
     std::atomic<double> pendingThreshold {0.0};
     std::atomic<bool> thresholdCalibrated {false};
     std::atomic<bool> thresholdPending {false};
-    bool pixCfgFramesShown = false;
 };
 
 } // namespace PluginDevControl

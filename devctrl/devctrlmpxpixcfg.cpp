@@ -158,14 +158,15 @@ int DevCtrlMpx::maskUnder(double threshold)
 }
 
 template <typename T>
-void DevCtrlMpx::shiftThlAdj(ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over)
+void DevCtrlMpx::shiftThlAdj(
+    ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double threshold, bool over, int step)
 {
     ov::IMpxPixCfg* live = m_dev->pixCfg();
     const int maxAdj = live ? live->thlMax() : cfg->thlMax();
     visitPixelsAs<T>(frame, [&](unsigned pixel, double value) {
         if (over ? !(value > threshold) : !(value < threshold))
             return;
-        const int adjusted = cfg->thl(pixel) + (over ? -1 : 1);
+        const int adjusted = cfg->thl(pixel) + step;
         // An adjustment without room left cannot move the pixel: it is masked instead.
         if (adjusted < 0 || adjusted > maxAdj)
             cfg->setMaskBit(pixel, true);
@@ -174,25 +175,30 @@ void DevCtrlMpx::shiftThlAdj(ov::IMpxFrame* frame, ov::IMpxPixCfg* cfg, double t
     });
 }
 
-int DevCtrlMpx::shiftThlByValue(double threshold, bool over)
+int DevCtrlMpx::shiftThlOfFrame(ov::IMpxFrame* frame, double threshold, bool over, int step)
 {
-    ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(true);
-    if (!f)
+    if (!frame)
         return -1;
     PixCfgCopy cfg = copyPixCfgOf(m_dev);
     if (!cfg)
         return -1;
-    const int type = f->dataType();
+    const int type = frame->dataType();
     if (type == ov::FrameInt16)
-        shiftThlAdj<short>(f.get(), cfg.get(), threshold, over);
+        shiftThlAdj<short>(frame, cfg.get(), threshold, over, step);
     else if (type == ov::FrameUInt32)
-        shiftThlAdj<unsigned>(f.get(), cfg.get(), threshold, over);
+        shiftThlAdj<unsigned>(frame, cfg.get(), threshold, over, step);
     else if (type == ov::FrameDouble)
-        shiftThlAdj<double>(f.get(), cfg.get(), threshold, over);
+        shiftThlAdj<double>(frame, cfg.get(), threshold, over, step);
     else if (type == ov::FrameUInt64)
-        shiftThlAdj<unsigned long>(f.get(), cfg.get(), threshold, over);
+        shiftThlAdj<unsigned long>(frame, cfg.get(), threshold, over, step);
     m_dev->setPixCfg(cfg.get());
     return 0;
+}
+
+int DevCtrlMpx::shiftThlByValue(double threshold, bool over)
+{
+    ov::RefData<ov::IMpxFrame> f = currentSubFrameOrFrame(true);
+    return shiftThlOfFrame(f.get(), threshold, over, over ? -1 : 1);
 }
 
 int DevCtrlMpx::shiftThlOver(double threshold, int)

@@ -96,19 +96,41 @@ private:
     std::atomic<int> m_refs {1};
 };
 
+// What one call of doAdvancedAcquisition was given.
+struct AcqCall
+{
+    std::vector<unsigned char> acq; // the 43 bytes
+    bool fileIsNull = false;
+    std::string outputFile; // the string at byte 35
+    const void* repeat = nullptr;
+    std::vector<unsigned char> repeatBytes; // the 20 bytes, when given
+    const void* tpBlock = nullptr;
+
+    // The records as the device reads them.
+    static AcqCall of(const void* acqDesc, const void* repeatDesc, const void* tp)
+    {
+        AcqCall call;
+        const auto* bytes = static_cast<const unsigned char*>(acqDesc);
+        call.acq.assign(bytes, bytes + 43);
+        const char* file = nullptr;
+        std::memcpy(&file, bytes + 35, sizeof file);
+        call.fileIsNull = file == nullptr;
+        if (file)
+            call.outputFile = file;
+        call.repeat = repeatDesc;
+        if (repeatDesc) {
+            const auto* r = static_cast<const unsigned char*>(repeatDesc);
+            call.repeatBytes.assign(r, r + 20);
+        }
+        call.tpBlock = tp;
+        return call;
+    }
+};
+
 class FakeDevice final : public NullDevMpx2
 {
 public:
-    // What one call of doAdvancedAcquisition was given.
-    struct Call
-    {
-        std::vector<unsigned char> acq; // the 43 bytes
-        bool fileIsNull = false;
-        std::string outputFile; // the string at byte 35
-        const void* repeat = nullptr;
-        std::vector<unsigned char> repeatBytes; // the 20 bytes, when given
-        const void* tpBlock = nullptr;
-    };
+    using Call = AcqCall;
     // Runs inside doAdvancedAcquisition on the acquisition thread; returns its result.
     using Script = std::function<int(FakeDevice& dev, const void* repeat)>;
 
@@ -148,20 +170,7 @@ public:
 
     int doAdvancedAcquisition(const void* acq, const void* repeat, const void* tp) override
     {
-        Call call;
-        const auto* bytes = static_cast<const unsigned char*>(acq);
-        call.acq.assign(bytes, bytes + 43);
-        const char* file = nullptr;
-        std::memcpy(&file, bytes + 35, sizeof file);
-        call.fileIsNull = file == nullptr;
-        if (file)
-            call.outputFile = file;
-        call.repeat = repeat;
-        if (repeat) {
-            const auto* r = static_cast<const unsigned char*>(repeat);
-            call.repeatBytes.assign(r, r + 20);
-        }
-        call.tpBlock = tp;
+        const Call call = AcqCall::of(acq, repeat, tp);
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_calls.push_back(call);

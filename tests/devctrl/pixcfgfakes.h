@@ -360,12 +360,13 @@ private:
     std::atomic<int> refs {1};
 };
 
-// A Medipix2 or Timepix device with the recording configuration and DACs. Its
-// measurement runs the test's script on the controller's worker thread.
-class PixCfgDevice final : public NullDevMpx2
+// The recording part of a pixel detector of family Base: its events, which a test fires
+// on the thread it likes, the recording configuration with its copies, the threshold
+// calls and the chips' calibration.
+template <class Base>
+class RecordingDetector : public Base
 {
 public:
-    using Script = std::function<int(PixCfgDevice& dev)>;
     struct ThresholdCall
     {
         uint32_t chip;
@@ -373,24 +374,31 @@ public:
         double value;
     };
 
-    PixCfgDevice(unsigned width, unsigned height, bool timepix, unsigned chipTotal = 1)
-        : w(width),
-          h(height),
-          timepixChip(timepix),
-          chips(chipTotal),
-          live(width, height, timepix ? 2 : 1),
-          calibrated(chipTotal, false)
+    RecordingDetector(unsigned width, unsigned height, unsigned chipTotal, int cfgKind)
+        : w(width), h(height), chips(chipTotal), live(width, height, cfgKind), calibrated(chipTotal)
     { }
+    virtual ~RecordingDetector() = default;
 
-    int deviceType() override { return 1; }
-    int registerEvent(const char* name, EventCallback cb, void* user) override
+    int registerEvent(const char* name, ov::EventCallback cb, void* user) override
     {
         std::lock_guard<std::mutex> lock(mutex);
         events.emplace_back(name, std::make_pair(cb, user));
         return 0;
     }
-    bool isLocked() override { return locked.load(); }
-    bool isTimepix() override { return timepixChip; }
+    int fire(const char* name, long data)
+    {
+        std::vector<std::pair<ov::EventCallback, void*>> subs;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            for (const auto& e : events)
+                if (e.first == name)
+                    subs.push_back(e.second);
+        }
+        for (const auto& s : subs)
+            s.first(data, reinterpret_cast<long>(s.second));
+        return static_cast<int>(subs.size());
+    }
+
     int width() override { return static_cast<int>(w); }
     int height() override { return static_cast<int>(h); }
     uint32_t pixelCount() override { return w * h; }
@@ -400,32 +408,21 @@ public:
         return chip < calibrated.size() && calibrated[chip];
     }
 
-    IMpxPixCfg* pixCfg() override { return &live; }
-    IMpxPixCfg* copyPixCfg() override
+    ov::IMpxPixCfg* pixCfg() override { return &live; }
+    ov::IMpxPixCfg* copyPixCfg() override
     {
         ++pixCfgCopies;
         copies.push_back(live.makeCopy());
         return copies.back().get();
     }
-    int setPixCfg(IMpxPixCfg* cfg) override
+    int setPixCfg(ov::IMpxPixCfg* cfg) override
     {
         ++setPixCfgCalls;
         live.assign(*static_cast<RecordingPixCfg*>(cfg));
         return 0;
     }
-    IMpxDacs* dacs() override { return &liveDacs; }
-    IMpxDacs* dacsCopy() override
-    {
-        dacCopies.push_back(liveDacs.makeCopy());
-        return dacCopies.back().get();
-    }
-    int setDacs(IMpxDacs* d) override
-    {
-        liveDacs.log->append("setDacs()");
-        liveDacs.values = static_cast<RecordingDacs*>(d)->values;
-        return 0;
-    }
 
+    // Every read answers 12.5.
     double threshold(uint32_t chip, int kind) override
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -442,6 +439,50 @@ public:
     {
         std::lock_guard<std::mutex> lock(mutex);
         return thresholdWrites;
+    }
+
+    unsigned w;
+    unsigned h;
+    unsigned chips;
+    RecordingPixCfg live;
+    std::vector<std::unique_ptr<RecordingPixCfg>> copies;
+    std::vector<bool> calibrated;
+    int pixCfgCopies = 0;
+    int setPixCfgCalls = 0;
+    std::vector<ThresholdCall> thresholdReads;
+
+private:
+    mutable std::mutex mutex;
+    std::vector<std::pair<std::string, std::pair<ov::EventCallback, void*>>> events;
+    std::vector<ThresholdCall> thresholdWrites;
+};
+
+// A Medipix2 or Timepix device with the recording configuration and DACs. Its
+// measurement runs the test's script on the controller's worker thread.
+class PixCfgDevice final : public RecordingDetector<NullDevMpx2>
+{
+public:
+    using Script = std::function<int(PixCfgDevice& dev)>;
+
+    PixCfgDevice(unsigned width, unsigned height, bool timepix, unsigned chipTotal = 1)
+        : RecordingDetector(width, height, chipTotal, timepix ? 2 : 1), timepixChip(timepix)
+    { }
+
+    int deviceType() override { return 1; }
+    bool isLocked() override { return locked.load(); }
+    bool isTimepix() override { return timepixChip; }
+
+    IMpxDacs* dacs() override { return &liveDacs; }
+    IMpxDacs* dacsCopy() override
+    {
+        dacCopies.push_back(liveDacs.makeCopy());
+        return dacCopies.back().get();
+    }
+    int setDacs(IMpxDacs* d) override
+    {
+        liveDacs.log->append("setDacs()");
+        liveDacs.values = static_cast<RecordingDacs*>(d)->values;
+        return 0;
     }
 
     int loadFactoryConfig() override
@@ -465,43 +506,16 @@ public:
     {
         return script ? script(*this) : 0;
     }
-    int fire(const char* name, long data)
-    {
-        std::vector<std::pair<EventCallback, void*>> subs;
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            for (const auto& e : events)
-                if (e.first == name)
-                    subs.push_back(e.second);
-        }
-        for (const auto& s : subs)
-            s.first(data, reinterpret_cast<long>(s.second));
-        return static_cast<int>(subs.size());
-    }
 
-    unsigned w;
-    unsigned h;
     bool timepixChip;
-    unsigned chips;
-    RecordingPixCfg live;
     RecordingDacs liveDacs;
-    std::vector<std::unique_ptr<RecordingPixCfg>> copies;
     std::vector<std::unique_ptr<RecordingDacs>> dacCopies;
-    std::vector<bool> calibrated;
     std::atomic<bool> locked {false};
-    int pixCfgCopies = 0;
-    int setPixCfgCalls = 0;
-    std::vector<ThresholdCall> thresholdReads;
     std::atomic<int> factoryResult {0};
     std::atomic<int> factoryLoads {0};
     std::thread::id factoryThread;
     std::vector<std::string> configLoads, configSaves;
     Script script; // set before a measurement starts
-
-private:
-    mutable std::mutex mutex;
-    std::vector<std::pair<std::string, std::pair<EventCallback, void*>>> events;
-    std::vector<ThresholdCall> thresholdWrites;
 };
 
 } // namespace testdev

@@ -3,6 +3,7 @@
 // Timepix and on a Medipix2 (recording doubles and the simulated Medipix2), mode tool
 // tips, the file filters of the configuration tabs with the neighbouring DAC file, and
 // the test-pulse settings.
+#include "ctrlchecks.h"
 #include "devctrlmpx2.h"
 #include "modaldriver.h"
 #include "pixcfgfakes.h"
@@ -36,14 +37,6 @@ public:
     void setView(PixCfgType type) { pixCfgType = type; }
     PixCfgType view() const { return pixCfgType.load(); }
 };
-
-QStringList tabTexts(const QTabBar& tabs)
-{
-    QStringList texts;
-    for (int i = 0; i < tabs.count(); ++i)
-        texts << tabs.tabText(i);
-    return texts;
-}
 
 // Steps of a scripted measurement that the test moves on one by one.
 struct Stepper
@@ -110,60 +103,17 @@ private slots:
         QTabBar tabs;
         QSignalSpy changed(&tabs, &QTabBar::currentChanged);
         ProbeCtrl ctrl(nullptr, &dev, nullptr, &tabs);
-        const QStringList expected {"Frame", "Mask", "Test", "THL", fifth};
-        QCOMPARE(tabTexts(tabs), expected);
-        QCOMPARE(changed.count(), 0); // added with the signals blocked
-
-        ctrl.showPixCfgFrames(true);
-        QVERIFY(ctrl.pixCfgFramesOnView());
-        QCOMPARE(tabTexts(tabs), expected);
-        QVERIFY(tabs.isVisible());
-        QCOMPARE(ctrl.view(), DevCtrlMpx::PixCfgNone);
-
-        ctrl.setView(DevCtrlMpx::PixCfgTest);
-        ctrl.showPixCfgFrames(false);
-        QVERIFY(!ctrl.pixCfgFramesOnView());
-        QCOMPARE(tabs.count(), 0);
-        QVERIFY(!tabs.isVisible());
-        QCOMPARE(ctrl.view(), DevCtrlMpx::PixCfgNone);
-        QCOMPARE(changed.count(), 0);
+        ctrlchecks::checkFixedTabs(ctrl, tabs, {"Frame", "Mask", "Test", "THL", fifth}, changed);
     }
 
     // ---------------------------------------------------------------------------
     // Threshold
 
-    void thresholdArguments_data()
-    {
-        QTest::addColumn<unsigned>("chips");
-        QTest::addColumn<bool>("calibrated");
-        QTest::addColumn<uint32_t>("chip");
-        QTest::addColumn<int>("kind");
-        QTest::newRow("1 chip, not calibrated") << 1u << false << 0u << 0;
-        QTest::newRow("1 chip, calibrated") << 1u << true << 0u << 2;
-        QTest::newRow("2 chips, not calibrated") << 2u << false << 0xFFFFFFFFu << 1;
-        QTest::newRow("2 chips, calibrated") << 2u << true << 0xFFFFFFFFu << 2;
-        QTest::newRow("4 chips, not calibrated") << 4u << false << 0xFFFFFFFFu << 1;
-        QTest::newRow("no chip counts as calibrated") << 0u << false << 0u << 2;
-    }
+    void thresholdArguments_data() { ctrlchecks::addThresholdArgumentRows(); }
     void thresholdArguments()
     {
-        QFETCH(unsigned, chips);
-        QFETCH(bool, calibrated);
-        QFETCH(uint32_t, chip);
-        QFETCH(int, kind);
-        PixCfgDevice dev(W, H, true, chips);
-        dev.calibrated.assign(chips, calibrated);
-        ProbeCtrl ctrl(nullptr, &dev, nullptr, nullptr);
-        QCOMPARE(ctrl.setThreshold(7.25), 0);
-        const auto writes = dev.writtenThresholds();
-        QCOMPARE(writes.size(), size_t(1));
-        QCOMPARE(writes[0].chip, chip);
-        QCOMPARE(writes[0].kind, kind);
-        QCOMPARE(writes[0].value, 7.25);
-        QCOMPARE(ctrl.threshold(), 12.5);
-        QCOMPARE(dev.thresholdReads.size(), size_t(1));
-        QCOMPARE(dev.thresholdReads[0].chip, chip);
-        QCOMPARE(dev.thresholdReads[0].kind, kind);
+        PixCfgDevice dev(W, H, true);
+        ctrlchecks::checkThresholdArguments<ProbeCtrl>(dev);
     }
 
     void calibrationFlagFollowsTheDeviceSettings()
