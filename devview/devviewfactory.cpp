@@ -16,7 +16,10 @@ DevView* createDeviceView(QWidget* parent, ov::IOrvel* orvel, ov::IDev* dev)
     case ov::DevKindMpx2:
         return new DevViewMpx2(parent, orvel, dev);
     case ov::DevKindTpx3:
-        return new DevViewTpx3(parent, orvel, dev);
+        // A device of the kind that lacks the family's interface gets the basic page.
+        if (dynamic_cast<ov::IDevTpx3*>(dev))
+            return new DevViewTpx3(parent, orvel, dev);
+        return new DevViewMpxBasic(parent, orvel, dev);
     case ov::DevKindMpx3:
     case ov::DevKindTpx2:
     case ov::DevKindFile:

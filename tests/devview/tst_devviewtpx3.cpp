@@ -176,6 +176,22 @@ private slots:
         QVERIFY(page.page->form().mpxFrame->image->showRelative);
     }
 
+    void aDeviceOfTheKindWithoutTheFamilysInterfaceGetsTheBasicPage()
+    {
+        class OtherDevice final : public testdev::NullDevMpx2
+        {
+        public:
+            int deviceType() override { return ov::DevKindTpx3; }
+        };
+        QTemporaryDir home;
+        sim::SimHost host(home.path());
+        OtherDevice dev;
+        std::unique_ptr<DevView> view(createDeviceView(nullptr, &host, &dev));
+        QVERIFY(view);
+        QVERIFY(!qobject_cast<DevViewTpx3*>(view.get()));
+        QVERIFY(qobject_cast<DevViewMpx*>(view.get()));
+    }
+
     void thePanelsStandInTheirOrder()
     {
         Tpx3ViewPage page;
