@@ -8,7 +8,11 @@
 #include "dlgpixcfg.h"
 #include "dlgsavedata.h"
 #include "msgpanel.h"
+#include "pnlhistogram.h"
+#include "pnlimageinfo.h"
 #include "pnlimageprops.h"
+#include "pnlimagepropsadv.h"
+#include "pnlmeasurementbase.h"
 #include "qfancystatusbar.h"
 #include "qfancytoolwindow.h"
 #include "qlabelwithicon.h"
@@ -532,6 +536,33 @@ void DevViewMpx::setupPanels()
     }
 }
 
+void DevViewMpx::addImagePanels()
+{
+    imagePropsPanel = new PnlImageProps(this, mpxFrame, ctrl);
+    addStgPanel(imagePropsPanel);
+    imagePropsAdvPanel = new PnlImagePropsAdv(this, mpxFrame, ctrl);
+    addStgPanel(imagePropsAdvPanel);
+}
+
+void DevViewMpx::addAnalysisPanels(PnlMeasurementBase* measurement)
+{
+    imageInfoPanel = new PnlImageInfo(this);
+    addStgPanel(imageInfoPanel);
+    histogramPanel = new PnlHistogram(this);
+    addStgPanel(histogramPanel);
+
+    // The first six panels share the height they can use; the spacer at the end
+    // takes what they leave.
+    for (int item = 0; item <= 5 && item < ui->verticalLayout->count() - 1; ++item)
+        ui->verticalLayout->setStretch(item, 1);
+    ui->saSettings->setMinimumWidth(settingsPanelWidth);
+    ctrl->setImagePropsPanel(imagePropsPanel);
+    ctrl->setHistogramPanel(histogramPanel);
+    ctrl->setImageInfoPanel(imageInfoPanel);
+    connect(measurement, &PnlMeasurementBase::sigAcqStart, this, &DevViewMpx::onStartAcq);
+    connect(measurement, &PnlMeasurementBase::sigAcqStop, this, &DevViewMpx::onStopAcq);
+}
+
 void DevViewMpx::setupSlotsAndCbs()
 {
     // The host cannot forget an event or menu callback, so it is handed a relay that
@@ -819,12 +850,43 @@ int DevViewMpx::showFrame(ov::IMpxFrame* frame)
 }
 
 // The families forward these to their measurement panel.
-void DevViewMpx::setAcqParams(int, double) { }
-void DevViewMpx::setAcqType(int) { }
-void DevViewMpx::setOutputParams(const char*, bool) { }
-void DevViewMpx::setRepeatParams(int, bool) { }
-void DevViewMpx::start() { }
-void DevViewMpx::stop() { }
+// These go to the measurement panel, which takes them to the GUI thread; a page
+// without one does nothing.
+void DevViewMpx::setAcqParams(int count, double time)
+{
+    if (PnlMeasurementBase* panel = measurementPanelBase())
+        panel->setAcqParams(count, time);
+}
+
+void DevViewMpx::setAcqType(int type)
+{
+    if (PnlMeasurementBase* panel = measurementPanelBase())
+        panel->setAcqType(type);
+}
+
+void DevViewMpx::setOutputParams(const char* path, bool enabled)
+{
+    if (PnlMeasurementBase* panel = measurementPanelBase())
+        panel->setOutputParams(path, enabled);
+}
+
+void DevViewMpx::setRepeatParams(int count, bool enabled)
+{
+    if (PnlMeasurementBase* panel = measurementPanelBase())
+        panel->setRepeatParams(count, enabled);
+}
+
+void DevViewMpx::start()
+{
+    if (PnlMeasurementBase* panel = measurementPanelBase())
+        panel->start();
+}
+
+void DevViewMpx::stop()
+{
+    if (PnlMeasurementBase* panel = measurementPanelBase())
+        panel->stop();
+}
 
 void DevViewMpx::setRepeatFileParams(unsigned flags, int digits)
 {

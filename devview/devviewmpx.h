@@ -34,6 +34,7 @@ class PnlHistogram;
 class PnlImageInfo;
 class PnlImageProps;
 class PnlImagePropsAdv;
+class PnlMeasurementBase;
 class QOrvelMenu;
 class Ui_DevViewMpx;
 
@@ -169,10 +170,23 @@ protected:
     void refreshOrvelMenu();
     void addBottomPanel(QWidget* panel, const QString& title);
     void addStgPanel(QWidget* panel);
+    // The panels at the head of the settings column: image properties and advanced
+    // image properties.
+    void addImagePanels();
+    // The panels at its foot: image info and histogram. Then the column's layout, the
+    // controller's panels and the measurement panel's start and stop are set up.
+    void addAnalysisPanels(PnlMeasurementBase* measurement);
     QAction* addPanelAction(const QString& title, QWidget* panel, bool visible);
     void savePanelsStateToSettings();
     void loadPanelsStateFromSettings();
     void onFirstWindowShow();
+    // The progress bar of a running measurement at time t: the frames done and the
+    // part of the frame in progress.
+    void updateProgressBar(double t);
+    // Seconds of the system clock, the time base of the progress labels.
+    static double currentTime();
+    // The measurement panel that the entry points for other plug-ins go to, if any.
+    virtual PnlMeasurementBase* measurementPanelBase() const { return nullptr; }
     void setProgressAcq(int done);
     void setProgressRepeat(int done);
     void reconnect();

@@ -12,9 +12,7 @@
 
 #include <QAction>
 #include <QMenu>
-#include <QScrollArea>
 #include <QToolButton>
-#include <QVBoxLayout>
 
 namespace PluginDevControl {
 
@@ -56,10 +54,7 @@ void DevViewMpx2::setupPanels()
     // The settings column in its order: image properties, advanced image properties,
     // measurement, detector settings, (the digital test,) filters, image info and
     // histogram.
-    imagePropsPanel = new PnlImageProps(this, mpxFrame, ctrl);
-    addStgPanel(imagePropsPanel);
-    imagePropsAdvPanel = new PnlImagePropsAdv(this, mpxFrame, ctrl);
-    addStgPanel(imagePropsAdvPanel);
+    addImagePanels();
     measurementPanel = new PnlMeasurement(this, ctrl);
     addStgPanel(measurementPanel);
     stgPanel = new PnlDevStgTpx(this, ctrlFamily);
@@ -67,22 +62,8 @@ void DevViewMpx2::setupPanels()
     // The digital test panel (digTestPanel) comes here once it is built.
     filtersPanel = new PnlFilters(this, ctrl);
     addStgPanel(filtersPanel);
-    imageInfoPanel = new PnlImageInfo(this);
-    addStgPanel(imageInfoPanel);
-    histogramPanel = new PnlHistogram(this);
-    addStgPanel(histogramPanel);
-
-    // The first six panels share the height they can use; the spacer at the end
-    // takes what they leave.
-    for (int item = 0; item <= 5 && item < ui->verticalLayout->count() - 1; ++item)
-        ui->verticalLayout->setStretch(item, 1);
-    ui->saSettings->setMinimumWidth(settingsPanelWidth);
-    ctrl->setImagePropsPanel(imagePropsPanel);
-    ctrl->setHistogramPanel(histogramPanel);
-    ctrl->setImageInfoPanel(imageInfoPanel);
+    addAnalysisPanels(measurementPanel);
     connect(this, &DevViewMpx::sigPixConfTriggered, stgPanel, &PnlDevStgTpx::onPixConfTriggered);
-    connect(measurementPanel, &PnlMeasurement::sigAcqStart, this, &DevViewMpx::onStartAcq);
-    connect(measurementPanel, &PnlMeasurement::sigAcqStop, this, &DevViewMpx::onStopAcq);
     setupPanelsMenu();
 }
 
@@ -126,86 +107,23 @@ void DevViewMpx2::enableGui(bool enabled, bool measuring)
         measurementPanel->enableGui(enabled, measuring);
 }
 
-void DevViewMpx2::setAcqParams(int count, double time)
+PnlMeasurementBase* DevViewMpx2::measurementPanelBase() const
 {
-    if (measurementPanel)
-        measurementPanel->setAcqParams(count, time);
-}
-
-void DevViewMpx2::setAcqType(int type)
-{
-    if (measurementPanel)
-        measurementPanel->setAcqType(type);
-}
-
-void DevViewMpx2::setOutputParams(const char* path, bool enabled)
-{
-    if (measurementPanel)
-        measurementPanel->setOutputParams(path, enabled);
-}
-
-void DevViewMpx2::setRepeatParams(int count, bool enabled)
-{
-    if (measurementPanel)
-        measurementPanel->setRepeatParams(count, enabled);
-}
-
-void DevViewMpx2::start()
-{
-    if (measurementPanel)
-        measurementPanel->start();
-}
-
-void DevViewMpx2::stop()
-{
-    if (measurementPanel)
-        measurementPanel->stop();
+    return measurementPanel;
 }
 
 QToolButton* DevViewMpx2::initResetBitsMenu()
 {
-    resetMenu = new QMenu(this);
-    auto add = [this](const char* name, const char* text) {
-        QAction* action = resetMenu->addAction(text);
-        action->setObjectName(name);
-        return action;
-    };
-    acResetAllBits = add("acResetAllBits", "Reset All Bits");
-    acResetMaskBits = add("acResetMaskBits", "Reset Mask Bits");
-    acResetTestBits = add("acResetTestBits", "Reset Test Bits");
-    acResetThlBits = add("acResetThlBits", "Reset Thl Bits");
-    const bool timepix = devFamily && devFamily->isTimepix();
+    reset = makeResetBitsMenu(
+        this, [this]() -> ov::IMpxPixCfg* { return devFamily ? devFamily->pixCfg() : nullptr; },
+        [](ov::IMpxPixCfg* cfg) { return int(cfg->thlMax()); });
+    // A Timepix has no THH bits: the entry exists but is not offered.
     acResetThhBits = new QAction("Reset Thh Bits", this);
     acResetThhBits->setObjectName("acResetThhBits");
-    if (!timepix)
-        resetMenu->addAction(acResetThhBits);
-
-    auto pixCfg = [this]() -> ov::IMpxPixCfg* { return devFamily ? devFamily->pixCfg() : nullptr; };
-    connect(acResetAllBits, &QAction::triggered, this, [pixCfg] {
-        if (ov::IMpxPixCfg* cfg = pixCfg())
-            cfg->resetAll();
-    });
-    connect(acResetMaskBits, &QAction::triggered, this, [pixCfg] {
-        if (ov::IMpxPixCfg* cfg = pixCfg())
-            cfg->setAllMask(false);
-    });
-    connect(acResetTestBits, &QAction::triggered, this, [pixCfg] {
-        if (ov::IMpxPixCfg* cfg = pixCfg())
-            cfg->setAllTest(false);
-    });
-    connect(acResetThlBits, &QAction::triggered, this, [pixCfg] {
-        if (ov::IMpxPixCfg* cfg = pixCfg())
-            cfg->setAllThl(cfg->thlMax());
-    });
+    if (!(devFamily && devFamily->isTimepix()))
+        reset.menu->addAction(acResetThhBits);
     connect(acResetThhBits, &QAction::triggered, this, &DevViewMpx2::resetThhBits);
-
-    auto* button = new QToolButton(this);
-    button->setObjectName("resetBitsButton");
-    button->setIcon(QIcon(":/devcontrol/toolbar2/icons/reset.png"));
-    button->setToolTip("Reset Pixel Cfg. Bits");
-    button->setPopupMode(QToolButton::InstantPopup);
-    button->setMenu(resetMenu);
-    return button;
+    return makeResetBitsButton(this, reset.menu);
 }
 
 void DevViewMpx2::resetThhBits()
@@ -219,7 +137,7 @@ void DevViewMpx2::resetThhBits()
 
 QList<QAction*> DevViewMpx2::resetActions() const
 {
-    return resetMenu ? resetMenu->actions() : QList<QAction*>();
+    return reset.menu ? reset.menu->actions() : QList<QAction*>();
 }
 
 } // namespace PluginDevControl

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "devviewmpx.h"
+#include "resetbitsmenu.h"
 
 namespace PluginDevControl {
 
@@ -22,13 +23,6 @@ public:
     void onExit() override;
     void releaseDevice() override;
     void enableGui(bool enabled, bool running) override;
-    // These go to the measurement panel, which takes them to the GUI thread.
-    void setAcqParams(int count, double time) override;
-    void setAcqType(int type) override;
-    void setOutputParams(const char* path, bool enabled) override;
-    void setRepeatParams(int count, bool enabled) override;
-    void start() override;
-    void stop() override;
     void initialize() override;
     void setupPanels() override;
     void loadSettings() override;
@@ -46,6 +40,7 @@ public slots:
     virtual void onAcqFinished() { }
 
 protected:
+    PnlMeasurementBase* measurementPanelBase() const override;
     void setupPanelsMenu();
     void resetThhBits();
 
@@ -54,12 +49,8 @@ protected:
     PnlDevStgTpx* stgPanel = nullptr;
     PnlMeasurement* measurementPanel = nullptr;
     PnlFilters* filtersPanel = nullptr;
-    QAction* acResetAllBits = nullptr;
-    QAction* acResetMaskBits = nullptr;
-    QAction* acResetTestBits = nullptr;
-    QAction* acResetThlBits = nullptr;
+    ResetBitsMenu reset;
     QAction* acResetThhBits = nullptr;
-    QMenu* resetMenu = nullptr;
 };
 
 } // namespace PluginDevControl

@@ -263,6 +263,16 @@ void DevViewMpx::onTimeProgress()
     if (repeatElapsed > 0 && ctrl)
         fpsLabel->setText(QString("FPS: %1").arg(ctrl->curAcq() / repeatElapsed, 0, 'f', 1));
     timeLabel->setText("T: " + timeToStr(total));
+    updateProgressBar(t);
+}
+
+double DevViewMpx::currentTime()
+{
+    return now();
+}
+
+void DevViewMpx::updateProgressBar(double t)
+{
     if (!ctrl)
         return;
     const double frameFraction = std::min(1.0, (t - lastFrameTime) / ctrl->acqTime());
