@@ -164,8 +164,11 @@ protected:
 class ITpx3Pixels : public ITpx3Data
 {
 public:
+    // Hits delivered in this measurement up to and including this chunk (what a rate of
+    // hits is counted from; lost hits are not in it).
     virtual size_t pixelCount() const = 0;
-    // The chunk's hits in order of arrival; valid as long as the object lives.
+    // The chunk's own hits, in order of arrival; valid as long as the object lives.
+    virtual size_t chunkPixelCount() const = 0;
     virtual const Tpx3Hit* pixels() const = 0;
 
 protected:
@@ -175,10 +178,13 @@ protected:
 class ITpx3Clusters : public ITpx3Data
 {
 public:
+    // The chunk's own clusters.
     virtual size_t clusterCount() const = 0;
     virtual const Tpx3Cluster* clusters() const = 0;
-    // Hits in the chunk's clusters.
+    // Hits delivered in this measurement up to and including this chunk, as of pixel data.
     virtual size_t pixelCount() const = 0;
+    // Hits in the chunk's clusters.
+    virtual size_t chunkPixelCount() const = 0;
 
 protected:
     ~ITpx3Clusters() = default;

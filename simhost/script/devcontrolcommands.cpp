@@ -58,8 +58,8 @@ struct Session
             return false;
         if (context.devControl && context.devControl->isRunning(device->dev()) != 0)
             return true;
-        const auto* timepix = dynamic_cast<const TimepixDevice*>(device.get());
-        return timepix && timepix->acquisitionRunning();
+        const auto* detector = dynamic_cast<const MpxCore*>(device.get());
+        return detector && detector->acquisitionRunning();
     }
 
     ScriptContext context;

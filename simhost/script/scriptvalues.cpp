@@ -40,8 +40,8 @@ bool readNamed(const QString& word, const Named (&table)[N], int* value)
 
 const Named kColorMaps[] = {{"gray", 0}, {"jet", 1}, {"jetwhite", 2}, {"hot", 3}, {"cool", 4},
     {"hsl", 5}, {"coolwarm", 6}, {"invertgray", 7}};
-const Named kAcqTypes[]
-    = {{"frames", 0}, {"integral", 1}, {"testpulses", 2}, {"integraltestpulses", 4}};
+const Named kAcqTypes[] = {{"frames", 0}, {"integral", 1}, {"testpulses", 2}, {"pixels", 3},
+    {"integraltestpulses", 4}, {"pixelstestpulses", 5}};
 const Named kFileTypes[] = {{"auto", 0}, {"txt", FileTypeTextFrame}, {"bin", FileTypeBinaryFrame},
     {"mfd", FileTypeMultiFrame}};
 const Named kFileFlags[] = {{"binary", int(FileFlagBinary)}, {"sparse", int(FileFlagSparse)},
@@ -121,8 +121,8 @@ bool readAcqType(const QString& word, int* type, QString* why)
 {
     if (readNamed(word, kAcqTypes, type))
         return true;
-    *why = QStringLiteral("unknown acquisition type '%1' (frames, integral, testpulses, "
-                          "integraltestpulses or 0, 1, 2, 4)")
+    *why = QStringLiteral("unknown acquisition type '%1' (frames, integral, testpulses, pixels, "
+                          "integraltestpulses, pixelstestpulses or 0 to 5)")
                .arg(word);
     return false;
 }

@@ -5,6 +5,8 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QListWidget>
+#include <QTabBar>
 #include <QWidget>
 
 namespace sim {
@@ -68,12 +70,49 @@ ScriptStep runTick(const ScriptLine& line)
     return ScriptStep::next();
 }
 
+// Brings to front the tab whose text is the line's text, in a tab bar or a list of tabs
+// on screen (the window's column of devices is a list).
+ScriptStep runTab(const ScriptLine& line)
+{
+    const QString text = line.args.join(QLatin1Char(' '));
+    QStringList seen;
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (!top->isVisible())
+            continue;
+        for (QTabBar* bar : top->findChildren<QTabBar*>()) {
+            if (!bar->isVisible())
+                continue;
+            for (int i = 0; i < bar->count(); ++i) {
+                if (bar->tabText(i) == text && bar->isTabEnabled(i)) {
+                    bar->setCurrentIndex(i);
+                    return ScriptStep::next();
+                }
+                seen << bar->tabText(i);
+            }
+        }
+        for (QListWidget* list : top->findChildren<QListWidget*>()) {
+            if (!list->isVisible())
+                continue;
+            const QList<QListWidgetItem*> found = list->findItems(text, Qt::MatchExactly);
+            if (!found.isEmpty()) {
+                list->setCurrentItem(found.first());
+                return ScriptStep::next();
+            }
+            for (int i = 0; i < list->count(); ++i)
+                seen << list->item(i)->text();
+        }
+    }
+    return ScriptStep::fail(QStringLiteral("no tab '%1' on screen (tabs: %2)")
+                                .arg(text, seen.join(QStringLiteral(", "))));
+}
+
 } // namespace
 
 void addWidgetCommands(ScriptRunner& runner)
 {
     runner.addCommand(
         {QStringLiteral("choose"), 2, -1, QStringLiteral("choose NAME ITEM"), &runChoose});
+    runner.addCommand({QStringLiteral("tab"), 1, -1, QStringLiteral("tab TEXT"), &runTab});
     runner.addCommand(
         {QStringLiteral("tick"), 2, 2, QStringLiteral("tick NAME on|off"), &runTick, &checkTick});
 }

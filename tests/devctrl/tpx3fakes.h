@@ -65,6 +65,7 @@ public:
         return 0;
     }
     size_t pixelCount() const override { return hits; }
+    size_t chunkPixelCount() const override { return hits; }
 
     size_t hits;
     double fadeWindow = 0.0;

@@ -80,22 +80,20 @@ private slots:
 
             std::vector<uint32_t> expected(256 * 256, 0);
             uint64_t hits = 0;
-            size_t lastChunkHits = 0;
             for (const ov::RefData<ov::IData>& d : chunks.data) {
                 QCOMPARE(d->dataKind(), int(ov::DataTpx3Pixels));
                 auto* px = static_cast<ov::ITpx3Pixels*>(d.get());
-                for (size_t i = 0; i < px->pixelCount(); ++i)
+                for (size_t i = 0; i < px->chunkPixelCount(); ++i)
                     ++expected[size_t(px->pixels()[i].y) * 256 + px->pixels()[i].x];
-                hits += px->pixelCount();
-                lastChunkHits = px->pixelCount();
+                hits += px->chunkPixelCount();
             }
             QVERIFY(chunks.data.size() >= 25);
             QCOMPARE(dev->lostPixels(), uint64_t(0));
             QCOMPARE(hits, device->generatedHits());
             QVERIFY(hits > 0.6 * 3e6 * 0.3);
-            // The controller shows the newest chunk: its hit count and the whole run's
-            // picture.
-            QTRY_COMPARE_WITH_TIMEOUT(ctrl.pixelCount(), uint32_t(lastChunkHits), 10000);
+            // The controller shows the newest chunk: the hits of the whole run, so that the
+            // page's rate of hits is the device's, and the whole run's picture.
+            QTRY_COMPARE_WITH_TIMEOUT(ctrl.pixelCount(), uint32_t(hits), 10000);
             QTRY_VERIFY_WITH_TIMEOUT(widget.image->getData() != nullptr, 10000);
             QCOMPARE(widget.image->getDataWidth(), 256u);
             const double* shown = widget.image->getData();

@@ -56,6 +56,7 @@ public:
     int frameType() const override { return 0; }
     int setFrameType(int) override { return 0; }
     size_t pixelCount() const override { return hits; }
+    size_t chunkPixelCount() const override { return hits; }
     const ov::Tpx3Hit* pixels() const override { return nullptr; }
 
     std::atomic<int> refs {1};

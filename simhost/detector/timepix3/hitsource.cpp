@@ -12,6 +12,9 @@ constexpr double kStepsPerSecond = 1.0 / Tpx3HitSource::kToaStepSeconds;
 constexpr uint16_t kTotMax = 1023; // a 10-bit counter
 // Charge cloud radius in pixels: a photon closer than this to an edge shares its charge.
 constexpr double kCloud = 0.15;
+// A noisy pixel fires at most this many times as often as a typical one: after each hit
+// it is dead while it measures the time over threshold and sends the hit.
+constexpr float kMaxRateOverMedian = 30.0f;
 // Photons drawn to learn how many hits a photon makes on this device as it is set.
 constexpr int kSamplePhotons = 4096;
 
@@ -42,6 +45,16 @@ Tpx3HitSource::Tpx3HitSource(const PhysicsModel& physics, double hitsPerSecond, 
             continue;
         m_threshold[i] = i < thr.size() ? thr[i] : 5.0f;
         weights[i] = rates[i];
+    }
+    std::vector<float> counting;
+    for (float w : weights)
+        if (w > 0.0f)
+            counting.push_back(w);
+    if (!counting.empty()) {
+        std::nth_element(counting.begin(), counting.begin() + counting.size() / 2, counting.end());
+        const float cap = counting[counting.size() / 2] * kMaxRateOverMedian;
+        for (float& w : weights)
+            w = std::min(w, cap);
     }
     buildAliasTable(weights);
     m_photonRate = m_aliasProb.empty() ? 0.0 : m_hitRate / hitsPerPhoton();

@@ -294,15 +294,15 @@ int Timepix3Device::runPixelRound(
         Readout readout(*this, target, *run, source, acq.time, readoutBufferChunks(), calibrated);
         Readout::Chunk c;
         while (readout.take(&c)) {
-            const uint64_t seq = run->addChunk(c.hits, c.toaEnd);
+            uint64_t delivered = 0;
+            const uint64_t seq = run->addChunk(c.hits, c.toaEnd, &delivered);
             const double seconds = double(c.toaEnd) / kStepsPerSecond;
             const size_t bytes = c.hits->size() * sizeof(ov::Tpx3Hit)
                 + c.clusters->size() * sizeof(ov::Tpx3Cluster);
-            ov::ITpx3Data* data = clusters
-                ? static_cast<ov::ITpx3Data*>(
-                    Tpx3ClusterData::create(run, c.hits, c.clusters, seq, c.toaEnd, seconds))
-                : static_cast<ov::ITpx3Data*>(
-                    Tpx3PixelData::create(run, c.hits, seq, c.toaEnd, seconds));
+            ov::ITpx3Data* data = clusters ? static_cast<ov::ITpx3Data*>(Tpx3ClusterData::create(
+                                      run, c.hits, c.clusters, seq, c.toaEnd, delivered, seconds))
+                                           : static_cast<ov::ITpx3Data*>(Tpx3PixelData::create(
+                                               run, c.hits, seq, c.toaEnd, delivered, seconds));
             const int index = addData(data, bytes);
             target.post("AcqNewData", long(index));
         }

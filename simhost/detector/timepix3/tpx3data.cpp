@@ -9,13 +9,14 @@
 
 namespace sim {
 
-Tpx3Chunk::Tpx3Chunk(
-    std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits, uint64_t seq, uint64_t toaEnd, double seconds)
+Tpx3Chunk::Tpx3Chunk(std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits, uint64_t seq,
+    uint64_t toaEnd, uint64_t delivered, double seconds)
     : m_run(std::move(run)),
       m_hits(std::move(hits)),
       m_seq(seq),
       m_toaEnd(toaEnd),
       m_lost(m_run->lost()),
+      m_delivered(delivered),
       m_seconds(seconds)
 { }
 
@@ -101,37 +102,17 @@ int Tpx3ChunkData<Iface, Kind>::setFrameType(int type)
 template class Tpx3ChunkData<ov::ITpx3Pixels, ov::DataTpx3Pixels>;
 template class Tpx3ChunkData<ov::ITpx3Clusters, ov::DataTpx3Clusters>;
 
-Tpx3PixelData* Tpx3PixelData::create(
-    std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits, uint64_t seq, uint64_t toaEnd, double seconds)
+Tpx3PixelData* Tpx3PixelData::create(std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits, uint64_t seq,
+    uint64_t toaEnd, uint64_t delivered, double seconds)
 {
-    return new Tpx3PixelData(std::move(run), std::move(hits), seq, toaEnd, seconds);
-}
-
-size_t Tpx3PixelData::pixelCount() const
-{
-    return chunk().hits().size();
-}
-
-const ov::Tpx3Hit* Tpx3PixelData::pixels() const
-{
-    return chunk().hits().data();
+    return new Tpx3PixelData(std::move(run), std::move(hits), seq, toaEnd, delivered, seconds);
 }
 
 Tpx3ClusterData* Tpx3ClusterData::create(std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits,
-    Clusters clusters, uint64_t seq, uint64_t toaEnd, double seconds)
+    Clusters clusters, uint64_t seq, uint64_t toaEnd, uint64_t delivered, double seconds)
 {
     return new Tpx3ClusterData(
-        std::move(clusters), std::move(run), std::move(hits), seq, toaEnd, seconds);
-}
-
-const ov::Tpx3Cluster* Tpx3ClusterData::clusters() const
-{
-    return m_clusters->data();
-}
-
-size_t Tpx3ClusterData::pixelCount() const
-{
-    return chunk().hits().size();
+        std::move(clusters), std::move(run), std::move(hits), seq, toaEnd, delivered, seconds);
 }
 
 } // namespace sim

@@ -21,8 +21,9 @@ namespace sim {
 class Tpx3Chunk
 {
 public:
+    // delivered: hits of the run up to and including this chunk.
     Tpx3Chunk(std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits, uint64_t seq, uint64_t toaEnd,
-        double seconds);
+        uint64_t delivered, double seconds);
     ~Tpx3Chunk();
     Tpx3Chunk(const Tpx3Chunk&) = delete;
     Tpx3Chunk& operator=(const Tpx3Chunk&) = delete;
@@ -32,6 +33,7 @@ public:
     const std::vector<ov::Tpx3Hit>& hits() const { return *m_hits; }
     uint64_t seq() const { return m_seq; }
     uint64_t lostBefore() const { return m_lost; }
+    uint64_t delivered() const { return m_delivered; }
     // The frame as the run's settings say now; lives as long as the chunk.
     SimFrame* frame();
     // Writes the hits of the run held up to this chunk to a hit file named by path;
@@ -45,6 +47,7 @@ private:
     const uint64_t m_seq;
     const uint64_t m_toaEnd;
     const uint64_t m_lost;
+    const uint64_t m_delivered;
     const double m_seconds; // from the start of the run to the end of this chunk
     std::mutex m_mutex;
     // Frames made before a change of the settings stay valid while the chunk lives.
@@ -98,10 +101,11 @@ class Tpx3PixelData final : public Tpx3ChunkData<ov::ITpx3Pixels, ov::DataTpx3Pi
 public:
     // A chunk object with one reference.
     static Tpx3PixelData* create(std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits, uint64_t seq,
-        uint64_t toaEnd, double seconds);
+        uint64_t toaEnd, uint64_t delivered, double seconds);
 
-    size_t pixelCount() const override;
-    const ov::Tpx3Hit* pixels() const override;
+    size_t pixelCount() const override { return size_t(chunk().delivered()); }
+    size_t chunkPixelCount() const override { return chunk().hits().size(); }
+    const ov::Tpx3Hit* pixels() const override { return chunk().hits().data(); }
 
 private:
     using Tpx3ChunkData::Tpx3ChunkData;
@@ -112,11 +116,12 @@ class Tpx3ClusterData final : public Tpx3ChunkData<ov::ITpx3Clusters, ov::DataTp
 public:
     using Clusters = std::shared_ptr<const std::vector<ov::Tpx3Cluster>>;
     static Tpx3ClusterData* create(std::shared_ptr<Tpx3Run> run, Tpx3Run::Hits hits,
-        Clusters clusters, uint64_t seq, uint64_t toaEnd, double seconds);
+        Clusters clusters, uint64_t seq, uint64_t toaEnd, uint64_t delivered, double seconds);
 
     size_t clusterCount() const override { return m_clusters->size(); }
-    const ov::Tpx3Cluster* clusters() const override;
-    size_t pixelCount() const override;
+    const ov::Tpx3Cluster* clusters() const override { return m_clusters->data(); }
+    size_t pixelCount() const override { return size_t(chunk().delivered()); }
+    size_t chunkPixelCount() const override { return chunk().hits().size(); }
 
 private:
     template <class... Args>

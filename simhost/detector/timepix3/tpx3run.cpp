@@ -11,12 +11,13 @@ Tpx3Run::Tpx3Run(unsigned width, unsigned height, size_t limitBytes)
     : m_width(width), m_height(height), m_limit(limitBytes), m_total(size_t(width) * height, 0)
 { }
 
-uint64_t Tpx3Run::addChunk(Hits hits, uint64_t toaEnd)
+uint64_t Tpx3Run::addChunk(Hits hits, uint64_t toaEnd, uint64_t* delivered)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     count(*hits, m_total.data(), 1);
     const uint64_t seq = m_next++;
     m_delivered += hits->size();
+    *delivered = m_delivered;
     m_bytes += hits->size() * sizeof(ov::Tpx3Hit);
     m_chunks.push_back({seq, std::move(hits), toaEnd});
     // The newest chunk stays, whatever its size.

@@ -31,8 +31,8 @@ public:
     unsigned height() const { return m_height; }
 
     // Adds the hits of the next chunk, which ends at toaEnd (steps of 1.5625 ns); returns
-    // the chunk's sequence number (0, 1, ...).
-    uint64_t addChunk(Hits hits, uint64_t toaEnd);
+    // the chunk's sequence number (0, 1, ...) and the hits delivered up to it.
+    uint64_t addChunk(Hits hits, uint64_t toaEnd, uint64_t* delivered);
     void addLost(uint64_t hits) { m_lost.fetch_add(hits); }
     uint64_t lost() const { return m_lost.load(); }
     uint64_t deliveredHits() const;

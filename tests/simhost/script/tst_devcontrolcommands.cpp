@@ -136,6 +136,7 @@ private slots:
         QVERIFY2(runner.loadText(QStringLiteral("device kalbar W0087\n"
                                                 "params 5 0.25\n"
                                                 "acqtype integral\nacqtype 4\n"
+                                                "acqtype pixels\nacqtype pixelstestpulses\n"
                                                 "acqmode 0x11\n"
                                                 "repeat 3\nrepeat off\n"
                                                 "repeatfiles 5 3\n"
@@ -153,11 +154,11 @@ private slots:
         QCOMPARE(outcome.message, QString());
         QCOMPARE(outcome.code, 0);
         const QStringList expected {"setAcqParams 5 0.25", "setAcqType 1", "setAcqType 4",
-            "setAcqMode 17", "setRepeat 3 1", "setRepeat 0 0", "setRepeatFileParams 5 3",
-            "setRefreshParams 1 0", "setOutputFile " + out + " 1", "setOutputFlags 4",
-            "setOutputFile " + out + " 0", "start", "stop", "setColorMap 3", "setColorMap 6",
-            "setRange -2 100.5", "setWindowAll 1", "setWindowAll 0", "setCurrentSubFrame 2",
-            "show 1", "show 0"};
+            "setAcqType 3", "setAcqType 5", "setAcqMode 17", "setRepeat 3 1", "setRepeat 0 0",
+            "setRepeatFileParams 5 3", "setRefreshParams 1 0", "setOutputFile " + out + " 1",
+            "setOutputFlags 4", "setOutputFile " + out + " 0", "start", "stop", "setColorMap 3",
+            "setColorMap 6", "setRange -2 100.5", "setWindowAll 1", "setWindowAll 0",
+            "setCurrentSubFrame 2", "show 1", "show 0"};
         QCOMPARE(bench.control.calls, expected);
     }
 
@@ -198,9 +199,10 @@ private slots:
         QTest::newRow("map") << "# maps\ncolormap pink\n"
                              << "c.orvs:2: unknown colour map 'pink' (gray, jet, jetwhite, hot, "
                                 "cool, hsl, coolwarm, invertgray or 0-7)";
-        QTest::newRow("type") << "acqtype 3\n"
-                              << "c.orvs:1: unknown acquisition type '3' (frames, integral, "
-                                 "testpulses, integraltestpulses or 0, 1, 2, 4)";
+        QTest::newRow("type") << "acqtype 6\n"
+                              << "c.orvs:1: unknown acquisition type '6' (frames, integral, "
+                                 "testpulses, pixels, integraltestpulses, pixelstestpulses or 0 "
+                                 "to 5)";
         QTest::newRow("range") << "range 5 5\n"
                                << "c.orvs:1: empty range 5 to 5 (the maximum must exceed the "
                                   "minimum)";

@@ -1,6 +1,6 @@
 // The script commands that work controls of the window: "choose" picks a combo box
-// item by its text, "tick" sets a check box; both act on controls on screen only and
-// say clearly why they cannot act.
+// item by its text, "tick" sets a check box, "tab" brings a tab to front; all act on
+// controls on screen only and say clearly why they cannot act.
 #include "scriptoutcome.h"
 
 #include <scriptrunner.h>
@@ -8,7 +8,9 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QListWidget>
 #include <QSignalSpy>
+#include <QTabBar>
 #include <QVBoxLayout>
 #include <QWidget>
 #include <QtTest>
@@ -72,6 +74,33 @@ private slots:
         QVERIFY(!w.check->isChecked());
         QCOMPARE(w.combo->currentText(), QStringLiteral("Median 3x3"));
         QCOMPARE(w.hiddenCombo->currentText(), QStringLiteral("Other"));
+    }
+
+    void tabBringsATabToFront()
+    {
+        QWidget top;
+        auto* layout = new QVBoxLayout(&top);
+        auto* bar = new QTabBar;
+        bar->addTab("Frame");
+        bar->addTab("Mask");
+        auto* list = new QListWidget;
+        list->addItems({"W0512", "F0317", "Motors"});
+        list->setCurrentRow(0);
+        layout->addWidget(bar);
+        layout->addWidget(list);
+        top.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&top));
+        QSignalSpy rows(list, &QListWidget::currentRowChanged);
+        QCOMPARE(runScript("tab F0317\ntab Mask\n").code, 0);
+        QCOMPARE(list->currentRow(), 1);
+        QCOMPARE(rows.count(), 1);
+        QCOMPARE(bar->currentIndex(), 1);
+        const ScriptOutcome o = runScript("tab Samples\n");
+        QVERIFY(o.code != 0);
+        QVERIFY2(o.message.contains("no tab 'Samples' on screen (tabs: Frame, Mask, W0512, F0317, "
+                                    "Motors)"),
+            qPrintable(o.message));
+        QCOMPARE(list->currentRow(), 1);
     }
 
     void errorsSayWhy()

@@ -84,7 +84,7 @@ int runPixels(sim::Timepix3Device& dev, double seconds, const char* output = "")
 const ov::Tpx3Hit* hitsOf(ov::ITpx3Data* d, size_t* n)
 {
     auto* p = static_cast<ov::ITpx3Pixels*>(d);
-    *n = p->pixelCount();
+    *n = p->chunkPixelCount();
     return p->pixels();
 }
 
@@ -136,6 +136,8 @@ private slots:
                 lastToa = std::max(lastToa, h[i].toa);
             }
             all.insert(all.end(), h, h + n);
+            // The count of the run up to this chunk.
+            QCOMPARE(static_cast<ov::ITpx3Pixels*>(d)->pixelCount(), all.size());
         }
         QCOMPARE(dev->lostPixels(), uint64_t(0));
         QCOMPARE(uint64_t(all.size()), dev->generatedHits());
@@ -233,7 +235,8 @@ private slots:
         for (ov::ITpx3Data* d : c.data) {
             QCOMPARE(d->dataKind(), int(ov::DataTpx3Clusters));
             auto* cl = static_cast<ov::ITpx3Clusters*>(d);
-            hits += cl->pixelCount();
+            hits += cl->chunkPixelCount();
+            QCOMPARE(uint64_t(cl->pixelCount()), hits);
             for (size_t i = 0; i < cl->clusterCount(); ++i) {
                 const ov::Tpx3Cluster& k = cl->clusters()[i];
                 QVERIFY(k.size >= 1);
