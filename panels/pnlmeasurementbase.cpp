@@ -110,7 +110,7 @@ void PnlMeasurementBase::onAcqParams(int count, double time)
 
 void PnlMeasurementBase::onAcqType(int type)
 {
-    form.cmAcqType->setCurrentIndex(type);
+    form.cmAcqType->setCurrentIndex(comboIndexOfType(type));
 }
 
 void PnlMeasurementBase::onOutputParams(QString file, bool enabled)

@@ -127,6 +127,8 @@ protected:
     virtual bool checkOutput() { return true; }
     // Whether spCount may be edited when the panel is enabled.
     virtual bool countEditable() const { return true; }
+    // The item of cmAcqType that stands for an acquisition type.
+    virtual int comboIndexOfType(int type) const { return type; }
     // Stop asked for by a caller through stop().
     virtual void onStop();
 

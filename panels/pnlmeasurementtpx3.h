@@ -36,6 +36,7 @@ protected:
     void acqTypeChanged(int index) override;
     bool checkOutput() override;
     bool countEditable() const override;
+    int comboIndexOfType(int type) const override { return indexOfType(type); }
     // Stops the controller and shows the panel idle at once.
     void onStop() override;
 

@@ -274,6 +274,14 @@ private slots:
         QCOMPARE(page.meas().edFileOutput->text(), QString("/data/run.t3pa"));
         page.page->setAcqType(2);
         QTRY_COMPARE(page.meas().cmAcqType->currentIndex(), 2);
+        // Pixels with test pulses (type 5) stand in the last item; the controller gets 5.
+        page.page->setAcqType(5);
+        QTRY_COMPARE(page.meas().cmAcqType->currentIndex(), 4);
+        QCOMPARE(page.meas().cmAcqType->currentText(), QString("Pixels & Test pulses"));
+        QCOMPARE(page.page->familyController()->acqParams().acqType, 5);
+        page.page->setAcqType(3);
+        QTRY_COMPARE(page.meas().cmAcqType->currentIndex(), 3);
+        QCOMPARE(page.page->familyController()->acqParams().acqType, 3);
     }
 
     void pixelsShowThePixelRate()
