@@ -592,8 +592,9 @@ private slots:
         ProbeCtrl ctrl(nullptr, &dev, nullptr, nullptr);
         RecordingSettings empty;
         ctrl.loadSettings(&empty); // defaults stay
-        QCOMPARE(ctrl.tpParams().tpx3.pulseCount, 10u);
-        QCOMPARE(ctrl.tpParams().tpx3.digital, uint8_t(1));
+        // The record is packed: its fields are compared as copies.
+        QCOMPARE(uint32_t(ctrl.tpParams().tpx3.pulseCount), 10u);
+        QCOMPARE(uint8_t(ctrl.tpParams().tpx3.digital), uint8_t(1));
         QCOMPARE(ctrl.acqParamsTpx3().timeDataDriven, 0.0);
 
         RecordingSettings stored;
@@ -608,13 +609,13 @@ private slots:
         stored.values["Acq/TimeDataDriven"] = "12.5";
         ctrl.loadSettings(&stored);
         const Tpx3Pulses& tp = ctrl.tpParams().tpx3;
-        QCOMPARE(tp.pulseCount, 250u);
-        QCOMPARE(tp.digital, uint8_t(0));
-        QCOMPARE(tp.external, uint8_t(1));
-        QCOMPARE(tp.manualTpBits, uint8_t(1));
-        QCOMPARE(tp.pulsePeriod, 0.004);
-        QCOMPARE(tp.phase, uint8_t(44));
-        QCOMPARE(tp.charge, 1234u);
+        QCOMPARE(uint32_t(tp.pulseCount), 250u);
+        QCOMPARE(uint8_t(tp.digital), uint8_t(0));
+        QCOMPARE(uint8_t(tp.external), uint8_t(1));
+        QCOMPARE(uint8_t(tp.manualTpBits), uint8_t(1));
+        QCOMPARE(double(tp.pulsePeriod), 0.004);
+        QCOMPARE(uint8_t(tp.phase), uint8_t(44));
+        QCOMPARE(uint32_t(tp.charge), 1234u);
         QVERIFY(ctrl.autoCtprKept());
         QCOMPARE(ctrl.acqParamsTpx3().timeDataDriven, 12.5);
 
