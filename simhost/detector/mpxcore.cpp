@@ -89,9 +89,14 @@ MpxCore::MpxCore(const DeviceDesc& desc)
 MpxCore::~MpxCore()
 {
     // No log line here: the host destroys its devices after its own log.
+    endMeasurement();
+    m_delivery.flush();
+}
+
+void MpxCore::endMeasurement()
+{
     raiseAbortFlag();
     std::lock_guard<std::mutex> lock(m_acqMutex);
-    m_delivery.flush();
 }
 
 int MpxCore::fireEvent(const char* name, long data)

@@ -188,6 +188,9 @@ protected:
     // A pixel mode (0 counting, 1 time over threshold, 3 time of arrival) that replaces
     // the modes of the pixel configuration in the frames, or -1 to keep them.
     virtual int forcedPixelMode() const { return -1; }
+    // Aborts a measurement in progress and returns when it has ended; a family class
+    // calls it first in its destructor, while its own part of a measurement still lives.
+    void endMeasurement();
     // The settings the physics reads have changed: the next frame rebuilds its model.
     void settingsChanged() { m_settingsVersion.fetch_add(1); }
     // The physics model with the present settings; only on the measuring thread.

@@ -36,8 +36,8 @@ Timepix3Device::Timepix3Device(const DeviceDesc& desc) : MpxDevice<ov::IDevTpx3>
 
 Timepix3Device::~Timepix3Device()
 {
-    // A measurement still running ends before the store goes.
-    raiseAbortFlag();
+    // A measurement still running ends before the store and the readout go.
+    endMeasurement();
     clearData();
 }
 

@@ -298,6 +298,20 @@ private slots:
         QVERIFY(std::chrono::steady_clock::now() - t0 < std::chrono::seconds(10));
     }
 
+    void destroyingTheDeviceEndsItsRunFirst()
+    {
+        auto dev = makeDevice();
+        std::thread run([&] { runPixels(*dev, 30.0); });
+        QTRY_VERIFY_WITH_TIMEOUT(dev->acquisitionRunning(), 5000);
+        QTest::qWait(100);
+        // The measuring thread still holds the device when it goes: it must see the
+        // abort and leave before any part of the device is destroyed.
+        std::thread destroy([&] { dev.reset(); });
+        destroy.join();
+        run.join();
+        QVERIFY(!dev);
+    }
+
     void onlyTheTimepix3HasPixelReadout()
     {
         sim::TimepixDevice tpx(sim::makeDeviceDesc(ov::DevKindMpx2, 5));
