@@ -2,6 +2,7 @@
 
 #include "filtersettings.h"
 #include "simdevices.h"
+#include "tpx3hitio.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -41,6 +42,7 @@ SimHost::SimHost(const QString& homeDir) : m_home(QDir(homeDir).absolutePath())
 {
     m_logFn = [this](unsigned level, const QString& text) { log(level, text); };
     m_dataMgr.setLog(m_logFn);
+    m_dataMgr.setHitFileReader(&loadTpx3HitFile);
     const bool homeOk = prepareHome();
     m_core = std::make_unique<CoreSettings>(QDir(m_home).filePath(QStringLiteral("orvel.ini")),
         CoreSettings::defaultsFor(m_home), m_logFn);

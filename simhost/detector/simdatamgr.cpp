@@ -15,6 +15,12 @@ std::string pathOf(ov::IFilePath* path)
     return path && path->get() ? std::string(path->get()) : std::string();
 }
 
+bool isHitFile(const std::string& name)
+{
+    const SimFileType* type = hostFileTypeForPath(name);
+    return type && type->holdsHits();
+}
+
 } // namespace
 
 SimDataMgr::~SimDataMgr()
@@ -39,11 +45,31 @@ ov::IMpxFrame* SimDataMgr::createMpxFrame(unsigned width, unsigned height, int f
     return SimFrame::create(width, height, frameDataType);
 }
 
+ov::IData* SimDataMgr::loadHits(const std::string& name) const
+{
+    if (!m_hitReader) {
+        logError("Loading " + name + ": this host reads no pixel files");
+        return nullptr;
+    }
+    std::string error;
+    ov::IData* data = m_hitReader(name, &error);
+    if (!data)
+        logError("Loading data: " + error);
+    return data;
+}
+
 ov::IData* SimDataMgr::loadData(ov::IFilePath* path, int index)
 {
     const std::string name = pathOf(path);
     if (name.empty()) {
         logError("Loading data: no file name");
+        return nullptr;
+    }
+    if (isHitFile(name)) {
+        if (index == 0)
+            return loadHits(name);
+        logError("Loading " + name + ": a pixel file holds one data set, not "
+            + std::to_string(index + 1));
         return nullptr;
     }
     if (fileTypeFromPath(name) == FileTypePicture) {
@@ -78,6 +104,15 @@ int SimDataMgr::frameCountInFile(ov::IFilePath* path)
         logError("Counting frames of " + name + ": a picture holds no frame data");
         return -1;
     }
+    if (isHitFile(name)) {
+        // One data set, whose frame is made from its hits; a file that does not read
+        // whole counts none.
+        ov::IData* data = loadHits(name);
+        if (!data)
+            return -1;
+        data->decRef();
+        return 1;
+    }
     std::string error;
     const int n = countFramesInFile(name, &error);
     if (n < 0)
@@ -92,7 +127,7 @@ int SimDataMgr::dataCountInFile(ov::IFilePath* path)
 
 int SimDataMgr::fileTypeIdFromFileName(ov::IFilePath* path)
 {
-    return fileTypeFromPath(pathOf(path));
+    return hostFileTypeIdForPath(pathOf(path));
 }
 
 ov::IFileType* SimDataMgr::fileTypeFromFileName(ov::IFilePath* path)
@@ -105,10 +140,12 @@ ov::IFileType* SimDataMgr::fileTypeById(int code)
     return hostFileTypeById(code);
 }
 
-int SimDataMgr::supportedFileTypes(ov::IDevMpx*, ov::PtrList<ov::IFileType*>& out)
+int SimDataMgr::supportedFileTypes(ov::IDevMpx* dev, ov::PtrList<ov::IFileType*>& out)
 {
+    const bool timepix3 = dev && dev->deviceType() == ov::DevKindTpx3;
     for (SimFileType* type : hostFileTypes())
-        out.add(type);
+        if (timepix3 || !type->holdsHits())
+            out.add(type);
     return 0;
 }
 

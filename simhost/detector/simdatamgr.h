@@ -1,6 +1,9 @@
 // The host's data manager (ov::IDataMgr): it makes new frames, lists the host's file
 // types and loads frames from files (see simfiletypes.h and docs/file-formats.md).
 //
+// Pixel files (the hits of a Timepix3 run) are read by the Timepix3 family, which the
+// host hands in with setHitFileReader: a file is one data object of its hits.
+//
 // Loading never passes a damaged file off as data: a file that cannot be read, or
 // whose numbers, sizes or description do not agree, gives null (or -1) and one error
 // line in the host log naming the file and what is wrong.
@@ -10,6 +13,7 @@
 
 #include <ovcore.h>
 
+#include <functional>
 #include <string>
 
 namespace sim {
@@ -26,6 +30,10 @@ public:
     // objects (see setFileLog).
     void setLog(LogFn log);
 
+    // Reads a pixel file into a data object with one reference; null with the reason.
+    using HitFileReader = std::function<ov::IData*(const std::string& path, std::string* error)>;
+    void setHitFileReader(HitFileReader reader) { m_hitReader = std::move(reader); }
+
     // A zero-filled SimFrame with one reference for the caller; null for a bad type or
     // size.
     ov::IMpxFrame* createMpxFrame(unsigned width, unsigned height, int frameDataType) override;
@@ -40,13 +48,16 @@ public:
     int fileTypeIdFromFileName(ov::IFilePath* path) override;
     ov::IFileType* fileTypeFromFileName(ov::IFilePath* path) override;
     ov::IFileType* fileTypeById(int code) override;
-    // Every file type of the host, for any detector.
+    // The file types of the host for a detector: the pixel files only for a Timepix3.
     int supportedFileTypes(ov::IDevMpx* dev, ov::PtrList<ov::IFileType*>& out) override;
 
 private:
     void logError(const std::string& text) const;
+    // The pixel file at name as data, or null and a log line.
+    ov::IData* loadHits(const std::string& name) const;
 
     LogFn m_log;
+    HitFileReader m_hitReader;
 };
 
 } // namespace sim

@@ -3,6 +3,7 @@
 #include "framefile.h"
 #include "multiframeseries.h"
 #include "simframe.h"
+#include "tpx3hitfile.h"
 
 #include <fileops.h>
 
@@ -38,10 +39,14 @@ FrameView viewOf(const SimFrame& frame)
 } // namespace
 
 SimFileType::SimFileType(
-    int code, const char* description, const char* extension, bool multi, bool compressible)
-    : m_code(code), m_description(description), m_extension(extension), m_multi(multi)
+    int code, const char* description, const char* extension, bool multi, Content content)
+    : m_code(code),
+      m_description(description),
+      m_extension(extension),
+      m_multi(multi),
+      m_content(content)
 {
-    if (!compressible)
+    if (content != CompressedFrames)
         return;
     m_params = std::make_unique<SimParamMgr>();
     m_params->setRefused([this](const SimParam& p, int result, const std::string& value) {
@@ -81,16 +86,28 @@ FrameFileOptions SimFileType::writeOptions() const
 
 bool SimFileType::canSaveFrames(int flag) const
 {
+    if (m_content == Hits)
+        return flag == ov::DataTpx3Pixels || flag == ov::DataTpx3Clusters;
     return flag == ov::DataFrames || flag == ov::DataTpx3Pixels;
 }
 
 const std::vector<SimFileType*>& hostFileTypes()
 {
-    static SimFileType multi(FileTypeMultiFrame, "Multi-frame file", "mfd", true, true);
-    static SimFileType text(FileTypeTextFrame, "Text matrix frame", "txt", false, false);
-    static SimFileType binary(FileTypeBinaryFrame, "Binary frame", "bin", false, true);
-    static SimFileType picture(FileTypePicture, "Picture", "png", false, false);
-    static const std::vector<SimFileType*> types {&multi, &text, &binary, &picture};
+    using T = SimFileType;
+    static T multi(FileTypeMultiFrame, "Multi-frame file", "mfd", true, T::CompressedFrames);
+    static T text(FileTypeTextFrame, "Text matrix frame", "txt", false);
+    static T binary(FileTypeBinaryFrame, "Binary frame", "bin", false, T::CompressedFrames);
+    // A pixel file holds a whole run, so it counts as a multi-frame type for the naming
+    // of a measurement's output.
+    static T list(FileTypeTpx3Hits + Tpx3HitList, "Timepix3 pixel list", "t3p", true, T::Hits);
+    static T text3(
+        FileTypeTpx3Hits + Tpx3HitText, "Timepix3 pixel list (text)", "t3pa", true, T::Hits);
+    static T raw(FileTypeTpx3Hits + Tpx3HitRaw, "Timepix3 raw data", "t3r", true, T::Hits);
+    static T sorted(
+        FileTypeTpx3Hits + Tpx3HitSorted, "Timepix3 processed data", "prd", true, T::Hits);
+    static T picture(FileTypePicture, "Picture", "png", false);
+    static const std::vector<SimFileType*> types {
+        &multi, &text, &binary, &list, &text3, &raw, &sorted, &picture};
     return types;
 }
 
@@ -102,9 +119,18 @@ SimFileType* hostFileTypeById(int code)
     return nullptr;
 }
 
+int hostFileTypeIdForPath(const std::string& path)
+{
+    // A pixel file, or its description.
+    Tpx3HitFormat format;
+    if (tpx3HitFormatFromName(dataPathOf(path), &format))
+        return FileTypeTpx3Hits + format;
+    return fileTypeFromPath(path);
+}
+
 SimFileType* hostFileTypeForPath(const std::string& path)
 {
-    return hostFileTypeById(fileTypeFromPath(path));
+    return hostFileTypeById(hostFileTypeIdForPath(path));
 }
 
 FrameFileOptions fileOptionsOf(int code)
@@ -127,7 +153,7 @@ int HostOutputFileTypes::multiFrameById(int code) const
 
 int HostOutputFileTypes::typeIdFromName(const std::string& path) const
 {
-    return fileTypeFromPath(path);
+    return hostFileTypeIdForPath(path);
 }
 
 void setFileLog(const void* owner, LogFn fn)

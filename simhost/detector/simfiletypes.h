@@ -7,7 +7,15 @@
 // | 4    | Multi-frame file   | mfd       | any number; text or binary, matrix or sparse |
 // | 2    | Text matrix frame  | txt       | one, text matrix |
 // | 3    | Binary frame       | bin       | one, binary matrix |
+// | 6    | Timepix3 pixel list        | t3p  | hits of a data-driven run, binary |
+// | 7    | Timepix3 pixel list (text) | t3pa | the same as text |
+// | 8    | Timepix3 raw data          | t3r  | the readout's words |
+// | 9    | Timepix3 processed data    | prd  | hits sorted by time |
 // | 10   | Picture            | png       | drawn by the user interface, not by the host |
+//
+// The pixel files (6 to 9, formats in tpx3hitfile.h) hold the hits of Timepix3 data
+// objects, not frames; only a Timepix3 is offered them. Their type goes by the ending
+// of the name in exact case ("run.t3pa"), as the user interface tells them apart.
 //
 // The formats are in framefile.h and docs/file-formats.md.
 //
@@ -36,16 +44,24 @@ namespace sim {
 class SimFrame;
 struct FrameData;
 
+// The first code of the pixel files: code = FileTypeTpx3Hits + the format (Tpx3HitFormat).
+constexpr int FileTypeTpx3Hits = 6;
+
 class SimFileType final : public ov::IFileType
 {
 public:
-    // compressible: the type writes binary frames and has the compression parameters.
-    SimFileType(
-        int code, const char* description, const char* extension, bool multi, bool compressible);
+    enum Content {
+        Frames,           // frames, text or binary
+        CompressedFrames, // binary frames, with the compression parameters
+        Hits,             // the hits of Timepix3 data objects
+    };
+    SimFileType(int code, const char* description, const char* extension, bool multi,
+        Content content = Frames);
 
-    // True for frames (flag 1) and frame sets (data kind 3); pixel lists (kind 2) are
-    // not frames.
+    // A frame type takes frames (flag 1) and frame sets (data kind 3); pixel lists (kind
+    // 2) are not frames. A pixel file takes only Timepix3 hits and clusters (kinds 3, 6).
     bool canSaveFrames(int flag) const override;
+    bool holdsHits() const { return m_content == Hits; }
     bool isMultiFrame() const override { return m_multi; }
     int typeCode() const override { return m_code; }
     const char* description() const override { return m_description; }
@@ -62,6 +78,7 @@ private:
     const char* const m_description;
     const char* const m_extension;
     const bool m_multi;
+    const Content m_content;
     std::unique_ptr<SimParamMgr> m_params;
     SimParam* m_compression = nullptr;
     SimParam* m_level = nullptr;
@@ -72,8 +89,10 @@ private:
 const std::vector<SimFileType*>& hostFileTypes();
 SimFileType* hostFileTypeById(int code);
 // The type of a file name by its extension (a description "x.txt.dsc" counts as its
-// data file "x.txt"); null when no type has that extension.
+// data file "x.txt"), or by the ending of a pixel file; null when no type has it.
 SimFileType* hostFileTypeForPath(const std::string& path);
+// Its code, or -1.
+int hostFileTypeIdForPath(const std::string& path);
 // The write options of the type of a code (the defaults for a code without type).
 FrameFileOptions fileOptionsOf(int code);
 

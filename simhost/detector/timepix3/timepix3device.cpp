@@ -3,6 +3,7 @@
 #include "hitsource.h"
 #include "tpx3data.h"
 #include "tpx3hitfile.h"
+#include "tpx3hitio.h"
 
 #include <QString>
 
@@ -333,7 +334,7 @@ int Timepix3Device::runPixelRound(
                         .arg(all.size())
                         .arg(run->deliveredHits()));
             std::string error;
-            if (writeTpx3Hits(acq.outputFile, format, all.data(), all.size(), unsigned(width()),
+            if (saveTpx3HitFile(acq.outputFile, all.data(), all.size(), unsigned(width()),
                     unsigned(height()), &error)
                 != 0) {
                 log(ov::LogError, QString::fromStdString(error));

@@ -2,6 +2,7 @@
 
 #include "simfiletypes.h"
 #include "tpx3hitfile.h"
+#include "tpx3hitio.h"
 
 #include <QString>
 
@@ -45,13 +46,19 @@ SimFrame* Tpx3Chunk::frame()
     return f;
 }
 
-int Tpx3Chunk::saveHits(const std::string& path, int format, std::string* error) const
+int Tpx3Chunk::saveHits(const std::string& path, std::string* error) const
 {
     std::vector<ov::Tpx3Hit> all;
     for (const Tpx3Run::Hits& h : m_run->heldHits(m_seq))
         all.insert(all.end(), h->begin(), h->end());
-    return writeTpx3Hits(
-        path, format, all.data(), all.size(), m_run->width(), m_run->height(), error);
+    if (all.size() < m_delivered)
+        logFileLine(ov::LogWarning,
+            QStringLiteral("Saving %1: the file holds the last %2 of %3 hits; the frame memory "
+                           "let the others go")
+                .arg(QString::fromStdString(path))
+                .arg(all.size())
+                .arg(m_delivered));
+    return saveTpx3HitFile(path, all.data(), all.size(), m_run->width(), m_run->height(), error);
 }
 
 size_t Tpx3Chunk::memoryBytes() const
@@ -71,7 +78,7 @@ int Tpx3ChunkData<Iface, Kind>::saveToFile(ov::IFilePath* path, int fileType, in
     if (tpx3HitFormatFromName(name, &format)) {
         // A pixel file takes the run's hits up to this chunk, as far as they are held.
         std::string error;
-        if (m_chunk.saveHits(name, format, &error) != 0) {
+        if (m_chunk.saveHits(name, &error) != 0) {
             logFileError(QString::fromStdString(error));
             return -1;
         }

@@ -36,9 +36,9 @@ public:
     uint64_t delivered() const { return m_delivered; }
     // The frame as the run's settings say now; lives as long as the chunk.
     SimFrame* frame();
-    // Writes the hits of the run held up to this chunk to a hit file named by path;
-    // 0, or -1 with the reason in error.
-    int saveHits(const std::string& path, int format, std::string* error) const;
+    // Writes the hits of the run held up to this chunk to the pixel file at path (its
+    // format by the ending of the name); 0, or -1 with the reason in error.
+    int saveHits(const std::string& path, std::string* error) const;
     size_t memoryBytes() const;
 
 private:

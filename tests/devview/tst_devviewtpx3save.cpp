@@ -1,0 +1,157 @@
+// The pixel data of a data-driven run on the simulated Timepix3, saved and opened again
+// through the page as a user does it: "Save Data..." with the raw choice and a pixel
+// file type, then "Open Frame..." with the file's description, or the file dropped on
+// the picture; the file holds every hit of the run and the picture of the opened file
+// counts them all.
+#include "../devctrl/modaldriver.h"
+#include "devctrltpx3.h"
+#include "devviewmpxui.h"
+#include "devviewtpx3.h"
+#include "dlgsavedata.h"
+#include "hostfixture.h"
+#include "pnlmeasurementtpx3.h"
+#include "timepix3device.h"
+#include "tpx3hitfile.h"
+#include "typeinto.h"
+#include "ui_dlgsavedata.h"
+
+#include <qmpxframe.h>
+
+#include <QTemporaryDir>
+#include <QToolButton>
+#include <QtTest>
+
+#include <algorithm>
+#include <tuple>
+
+using namespace PluginDevControl;
+
+namespace {
+
+bool hitLess(const ov::Tpx3Hit& a, const ov::Tpx3Hit& b)
+{
+    return std::tie(a.toa, a.x, a.y, a.tot, a.flags) < std::tie(b.toa, b.x, b.y, b.tot, b.flags);
+}
+
+bool hitSame(const ov::Tpx3Hit& a, const ov::Tpx3Hit& b)
+{
+    return !hitLess(a, b) && !hitLess(b, a);
+}
+
+// Every hit of the run, from the device's data objects.
+std::vector<ov::Tpx3Hit> hitsOfRun(sim::Timepix3Device& chip)
+{
+    std::vector<ov::Tpx3Hit> all;
+    for (int i = 0; i < chip.acqDataCount(); ++i) {
+        ov::IData* d = chip.acqDataRefInc(unsigned(i));
+        auto* p = static_cast<ov::ITpx3Pixels*>(d);
+        all.insert(all.end(), p->pixels(), p->pixels() + p->chunkPixelCount());
+        d->decRef();
+    }
+    std::sort(all.begin(), all.end(), hitLess);
+    return all;
+}
+
+double pictureTotal(QMpxFrame* frame)
+{
+    const double* data = frame->image->getData();
+    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
+    if (!data || n != size_t(256 * 256))
+        return -1.0;
+    double sum = 0.0;
+    for (size_t i = 0; i < n; ++i)
+        sum += data[i];
+    return sum;
+}
+
+} // namespace
+
+class TstDevViewTpx3Save : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
+
+    void pixelDataSavedAndOpenedAgain()
+    {
+        QTemporaryDir out;
+        HostFixture fixture;
+        ov::IDev* dev = fixture.connect(sim::makeDeviceDesc(ov::DevKindTpx3, 4721));
+        auto* chip = dynamic_cast<sim::Timepix3Device*>(dev);
+        QVERIFY(chip);
+        chip->setHitRate(1e6);
+        QVERIFY(fixture.start());
+        auto* view = qobject_cast<DevViewTpx3*>(fixture.window()->getView(dev));
+        QVERIFY(view);
+        fixture.window()->show();
+        DevCtrlTpx3* ctrl = view->familyController();
+        PnlMeasurementTpx3* panel = view->measurement();
+        auto* type = panel->findChild<QComboBox*>(QStringLiteral("cmAcqType"));
+        auto* time = panel->findChild<QLineEdit*>(QStringLiteral("edTime"));
+        auto* startStop = panel->findChild<QToolButton*>(QStringLiteral("btStartStop"));
+        QVERIFY(type && time && startStop);
+        chooseItem(type, 3);
+        typeInto(time, QStringLiteral("0.3"));
+        QTest::mouseClick(startStop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        const std::vector<ov::Tpx3Hit> run = hitsOfRun(*chip);
+        QVERIFY(run.size() > 10000);
+        QCOMPARE(uint64_t(run.size()), chip->generatedHits());
+
+        // "Save Data...": the raw choice, then the pixel list among the offered types.
+        ModalDriver driver;
+        driver.add([](QWidget* w) {
+            auto* dialog = qobject_cast<DlgSaveData*>(w);
+            if (!dialog)
+                return false;
+            QTest::mouseClick(dialog->ui->rbSaveRaw, Qt::LeftButton);
+            QTest::mouseClick(dialog->ui->bbOkCancel->button(QDialogButtonBox::Ok), Qt::LeftButton);
+            return true;
+        });
+        QStringList filters;
+        const QString file = out.filePath(QStringLiteral("run.t3p"));
+        driver.fileDialog(QStringLiteral("Timepix3 pixel list (*.t3p)"), file, &filters);
+        view->form().acSaveData->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(driver.done(), 10000);
+        for (const char* f : {"Timepix3 pixel list (*.t3p)", "Timepix3 pixel list (text) (*.t3pa)",
+                 "Timepix3 raw data (*.t3r)", "Timepix3 processed data (*.prd)"})
+            QVERIFY2(filters.contains(QString::fromUtf8(f)), qPrintable(filters.join(";;")));
+        // Written in the background; the page stays live meanwhile.
+        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        std::vector<ov::Tpx3Hit> saved;
+        unsigned width = 0;
+        unsigned height = 0;
+        std::string error;
+        QCOMPARE(sim::readTpx3Hits(
+                     file.toStdString(), sim::Tpx3HitList, &saved, &width, &height, &error),
+            0);
+        QCOMPARE(width, 256u);
+        QCOMPARE(height, 256u);
+        std::sort(saved.begin(), saved.end(), hitLess);
+        QCOMPARE(saved.size(), run.size());
+        QVERIFY(std::equal(saved.begin(), saved.end(), run.begin(), hitSame));
+
+        // "Open Frame..." lists frame descriptions, and the pixel file has one beside it.
+        // One entry, whose picture counts every hit.
+        driver.fileDialog(QString(), file + QStringLiteral(".dsc"));
+        view->form().acOpenFrame->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(driver.done(), 10000);
+        QCOMPARE(int(ctrl->loadedFileList().size()), 1);
+        QCOMPARE(ctrl->acqFrameCount(), 1);
+        auto* frame = view->findChild<QMpxFrame*>();
+        QVERIFY(frame && frame->image);
+        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(run.size()), 10000);
+
+        // The pixel file itself dropped on the picture opens the same way.
+        emit view->form().mpxFrame->dropFiles(QList<QString> {file});
+        QCOMPARE(int(ctrl->loadedFileList().size()), 1);
+        QCOMPARE(ctrl->loadedFileList().front().fileName, file.toStdString());
+        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(run.size()), 10000);
+    }
+};
+
+QTEST_MAIN(TstDevViewTpx3Save)
+#include "tst_devviewtpx3save.moc"
