@@ -13,10 +13,13 @@
 #include <qmpxframe.h>
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QToolButton>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace PluginDevControl;
 
@@ -40,6 +43,16 @@ QLabel* labelStartingWith(QWidget* view, const QString& prefix)
         if (l->text().startsWith(prefix))
             return l;
     return nullptr;
+}
+
+// The largest count in the picture; -1 without one.
+double pictureMax(const QMpxFrame* frame)
+{
+    const double* data = frame->image->getData();
+    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
+    if (!data || n == 0)
+        return -1.0;
+    return *std::max_element(data, data + n);
 }
 
 // The sum of the counts in the picture of the 256 x 256 chip; -1 without one.
@@ -201,6 +214,11 @@ private slots:
         QVERIFY(window->isEnabled());
         QVERIFY(integral->isChecked());
         QCOMPARE(fade->text(), QString::number(last->fadeWindowSize(), 'g', 6));
+        if (!props->ui->chbAutoRange->isChecked())
+            clickCheckBox(props->ui->chbAutoRange);
+        props->ui->cmAutorange->setCurrentIndex(PnlImageProps::AutoMinMax);
+        const double integralMax = pictureMax(frame);
+        QCOMPARE(props->max(), integralMax);
 
         // Unticked, the picture holds the hits of the fade window; a window shorter than
         // the run, typed with a decimal comma, leaves out the earlier hits.
@@ -213,6 +231,11 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(pictureTotal(frame) > 0.0, 5000);
         const double windowTotal = pictureTotal(frame);
         QVERIFY2(windowTotal < 0.5 * double(hits), qPrintable(QString::number(windowTotal)));
+        // The automatic range follows the new picture, not the integral one before.
+        QVERIFY(props->ui->chbAutoRange->isChecked());
+        QCOMPARE(props->ui->cmAutorange->currentIndex(), int(PnlImageProps::AutoMinMax));
+        QCOMPARE(props->max(), pictureMax(frame));
+        QVERIFY(props->max() < integralMax);
 
         // A time that does not read as one is not applied; the one in effect comes back.
         typeInto(fade, QStringLiteral("1e"));
@@ -228,6 +251,7 @@ private slots:
         clickCheckBox(integral);
         QCOMPARE(last->frameType(), int(ov::Tpx3FrameIntegral));
         QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 5000);
+        QCOMPARE(props->max(), integralMax);
 
         // Unticked once more, the next run starts with integral frames again (the
         // host's choice for a new run), and the box follows.
