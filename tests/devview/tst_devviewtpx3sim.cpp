@@ -242,6 +242,11 @@ private slots:
         QTest::keyClick(fade, Qt::Key_Return);
         QCOMPARE(fade->text(), QString("0.05"));
         QCOMPARE(last->fadeWindowSize(), 0.05);
+        // A time the host refuses (it takes none of 0) leaves the one in effect on show.
+        typeInto(fade, QStringLiteral("0"));
+        QTest::keyClick(fade, Qt::Key_Return);
+        QCOMPARE(last->fadeWindowSize(), 0.05);
+        QCOMPARE(fade->text(), QString("0.05"));
         typeInto(fade, QString());
         integral->setFocus();
         QCOMPARE(fade->text(), QString("0.05"));
