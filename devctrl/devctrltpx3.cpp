@@ -229,7 +229,12 @@ void DevCtrlTpx3::changeNewestData(const std::function<void(ov::ITpx3Data*)>& ch
     if (!data)
         return;
     change(data.get());
-    showFrame(data->frameAt(0));
+    // The data's frame, made anew for the change, becomes the current frame, so that
+    // range, statistics and histogram follow the picture and not the frame before.
+    ov::IMpxFrame* frame = data->frameAt(0);
+    if (frame)
+        frame->incRef();
+    setFrame(frame);
 }
 
 void DevCtrlTpx3::setFadeWindowSize(double seconds)

@@ -79,7 +79,8 @@ protected:
     // The newest pixel data, else the newest cluster data, with a reference; null when
     // there is neither.
     ov::RefData<ov::ITpx3Data> lastTpx3Data() const;
-    // Applies change to the newest pixel (else cluster) data and draws its frame.
+    // Applies change to the newest pixel (else cluster) data and shows its frame as the
+    // current one.
     void changeNewestData(const std::function<void(ov::ITpx3Data*)>& change);
     // The step of a pixel's threshold adjustment, by the threshold's polarity.
     int thlStep(bool over);

@@ -44,6 +44,7 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <vector>
 
 namespace PluginDevControl {
@@ -1087,8 +1088,11 @@ void DevViewMpx::openHelp()
 void DevViewMpx::onFrameCountChanged(int count)
 {
     {
+        // The box counts from 0, its minimum, which a count of 0 (a data-driven run
+        // delivers data objects but no frames) must not pull down to -1: it then holds
+        // 0, the first index, which shows the first data object of such a run.
         const QSignalBlocker block(frameSpinBox);
-        frameSpinBox->setMaximum(count - 1);
+        frameSpinBox->setMaximum(std::max(count - 1, frameSpinBox->minimum()));
         frameSpinBox->setValue(count - 1);
     }
     const bool any = count >= 1;

@@ -1,5 +1,6 @@
 #include "pnlimageprops.h"
 
+#include "decimaltextvalidator.h"
 #include "devctrlmpx.h"
 #include "qrangemgr.h"
 #include "ui_pnlimageprops.h"
@@ -7,8 +8,9 @@
 #include <qmpxframe.h>
 
 #include <QAbstractSlider>
-#include <QDoubleValidator>
+#include <QKeyEvent>
 #include <QMetaObject>
+#include <QSignalBlocker>
 #include <QThread>
 
 #include <algorithm>
@@ -111,9 +113,10 @@ PnlImageProps::PnlImageProps(QWidget* parent, QMpxFrame* frame, DevCtrlMpx* cont
     connect(ui->lImageProperties, &QLabelWithIcon::openStateChanged, ui->pnlImageProperties,
         &QWidget::setVisible);
 
-    auto* timeValidator = new QDoubleValidator(0.0, 1e+30, 5, ui->edTime);
-    ui->edTime->setValidator(timeValidator);
+    // A point or a comma for the decimals, whatever the system's locale.
+    ui->edTime->setValidator(new DecimalTextValidator(0.0, 1e+30, 5, ui->edTime));
     ui->edTime->setMaximumWidth(80);
+    ui->edTime->installEventFilter(this);
 
     if (offersTimeWindow(ctrl))
         ctrlTpx3 = ctrl;
@@ -404,6 +407,49 @@ void PnlImageProps::onAcqDataChanged(ov::IData* acqData)
 void PnlImageProps::onAcqDataUpdate()
 {
     showTimeWindowPanel(acqDataIsPixels.load(), false);
+    showDataTimeWindow(false);
+}
+
+void PnlImageProps::showDataTimeWindow(bool evenWhileTyping)
+{
+    ov::RefData<ov::IData> onShow;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        onShow = curData;
+    }
+    auto* tpx3 = dynamic_cast<ov::ITpx3Data*>(onShow.get());
+    if (!tpx3)
+        return;
+    {
+        // Showing the data's state is no choice of the user's to hand back.
+        const QSignalBlocker block(ui->chbAll);
+        ui->chbAll->setChecked(tpx3->frameType() == ov::Tpx3FrameIntegral);
+    }
+    shownTimeText = QString::number(tpx3->fadeWindowSize(), 'g', 6);
+    if (evenWhileTyping || !ui->edTime->hasFocus())
+        ui->edTime->setText(shownTimeText);
+}
+
+void PnlImageProps::restoreTimeText()
+{
+    ui->edTime->setText(shownTimeText);
+}
+
+bool PnlImageProps::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == ui->edTime && !ui->edTime->hasAcceptableInput()) {
+        if (event->type() == QEvent::FocusOut)
+            restoreTimeText();
+        if (event->type() == QEvent::KeyPress) {
+            const int key = static_cast<QKeyEvent*>(event)->key();
+            if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+                // The time in effect stays; nothing new is applied.
+                restoreTimeText();
+                return true;
+            }
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void PnlImageProps::onExit()
@@ -436,11 +482,17 @@ void PnlImageProps::on_edTime_editingFinished()
 {
     if (!ctrlTpx3)
         return;
-    bool ok = false;
-    const double seconds = ui->edTime->text().toDouble(&ok);
-    if (ok)
-        QMetaObject::invokeMethod(
-            ctrlTpx3, "setFadeWindowSize", Qt::DirectConnection, Q_ARG(double, seconds));
+    const auto* validator = static_cast<const DecimalTextValidator*>(ui->edTime->validator());
+    const std::optional<double> seconds = validator->valueOf(ui->edTime->text());
+    if (!seconds) {
+        restoreTimeText();
+        return;
+    }
+    shownTimeText = ui->edTime->text();
+    QMetaObject::invokeMethod(
+        ctrlTpx3, "setFadeWindowSize", Qt::DirectConnection, Q_ARG(double, *seconds));
+    // What the data took: a time it refused leaves the one in effect on show.
+    showDataTimeWindow(true);
 }
 
 void PnlImageProps::onRangeEditFocused(bool hasFocus)

@@ -72,7 +72,8 @@ public:
     // Shows or hides the time window; a shown window stays unless show or force.
     void showTimeWindowPanel(bool show, bool force);
     // The data object of the latest Timepix3 measurement step, from any thread; pixel
-    // and cluster data bring up the time window. Other families ignore it.
+    // and cluster data bring up the time window, whose controls then show the data's
+    // frame type and fade window. Other families ignore it.
     void onAcqDataChanged(ov::IData* acqData);
     // Hands the range to the controller, which saves it with its settings.
     void onExit();
@@ -103,7 +104,17 @@ private slots:
     void onRangeEditFocused(bool hasFocus);
     void onRangeSliderAction(int action);
 
+protected:
+    // A time that does not read as one, left in the field on Return or on leaving it,
+    // gives way to the time in effect.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    // chbAll and edTime as the data on show has them: its frame type and fade window.
+    // The time is left alone while the user types in it, unless evenWhileTyping.
+    void showDataTimeWindow(bool evenWhileTyping);
+    void restoreTimeText();
+
     template <typename T>
     void calculateSmartRangeT(ov::IMpxFrame* frame, int maxSamples, const ov::Region* region,
         double low, double high, double* min, double* max);
@@ -123,6 +134,8 @@ private:
     std::size_t smartBufferUsedCount = 0;
     std::size_t smartBufferCapacityCount = 0;
     bool timeWindowVisible = false;
+    // The text of edTime for the time in effect: the data's, or the last one applied.
+    QString shownTimeText;
 
     // The region behind curRegion, copied because the caller's goes away.
     ov::Region curRegionStore;

@@ -74,7 +74,11 @@ void PnlMeasurementTpx3::setAcqParsToGui(AcqParams* params, AcqParamsTpx3* param
 void PnlMeasurementTpx3::getAcqParsFromGui(AcqParams* params, AcqParamsTpx3* paramsTpx3)
 {
     readCommonFields(params);
-    params->acqType = typeOfIndex(ui->cmAcqType->currentIndex());
+    // With no item chosen (stored settings hold type 4, which has none) the record
+    // keeps its type, so that such a start measures as that type.
+    const int index = ui->cmAcqType->currentIndex();
+    if (index >= 0)
+        params->acqType = typeOfIndex(index);
     // An unticked file output leaves no name behind, so that nothing downstream takes
     // the type of a file that will not be written.
     params->outputFile = ui->cbFileOutput->isChecked()

@@ -5,6 +5,7 @@
 #include "pixcfgfakes.h"
 #include "typeinto.h"
 
+#include "acqrecords.h"
 #include "devctrltpx3.h"
 #include "devviewfactory.h"
 #include "devviewmpxui.h"
@@ -18,6 +19,7 @@
 #include "qmpxframe.h"
 #include "qmpximage.h"
 #include "simhost.h"
+#include "ui_pnlimageprops.h"
 #include "ui_pnlmeasurementtpx3.h"
 
 #include <QAction>
@@ -32,6 +34,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -76,8 +79,10 @@ public:
     double minAcqTime() override { return 1e-5; }
     double maxAcqTime() override { return 10000.0; }
     ov::IMpxPixCfg* pixCfg() override { return &cfg; }
-    int doAdvancedAcquisition(const void*, const void*, const void*) override
+    int doAdvancedAcquisition(const void* desc, const void*, const void* pulses) override
     {
+        lastDesc = *static_cast<const AcqDesc*>(desc);
+        sentPulses = pulses != nullptr;
         measuring = true;
         while (!aborted.load())
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -102,14 +107,26 @@ public:
 
     testdev::RecordingPixCfg cfg;
     HitsData data {50000000};
+    // What the last measurement was asked for; read once it runs.
+    AcqDesc lastDesc {};
+    bool sentPulses = false;
     std::atomic<bool> measuring {false};
     std::atomic<bool> aborted {false};
 };
 
 struct Tpx3ViewPage
 {
-    Tpx3ViewPage() : host(home.path())
+    // stored writes the page's settings before the page reads them.
+    explicit Tpx3ViewPage(const std::function<void(ov::ISettings*)>& stored = {})
+        : host(home.path())
     {
+        if (stored) {
+            ov::ISettings* settings = host.moduleSettings("devcontrol", &dev, 0);
+            settings->load();
+            stored(settings);
+            settings->save();
+            settings->release();
+        }
         view.reset(createDeviceView(nullptr, &host, &dev));
         page = qobject_cast<DevViewTpx3*>(view.get());
         if (page)
@@ -123,6 +140,7 @@ struct Tpx3ViewPage
     }
 
     Ui_PnlMeasurementTpx3& meas() const { return *page->measurement()->ui; }
+    Ui_PnlImageProps& props() const { return *page->findChild<PnlImageProps*>()->ui; }
     QLabel* rateLabel() const { return page->statusLabel(0); }
     QLabel* timeLabel() const { return page->statusLabel(1); }
     void startRun() const
@@ -324,6 +342,142 @@ private slots:
             QTRY_COMPARE(page.rateLabel()->text(), QString("FPS: 0.0"));
             page.stopRun();
         }
+    }
+
+    // A run takes away what would change it: the measurement's fields, the second tool
+    // bar and the frame navigation. Stop stays, and so does the time window of pixel
+    // data. When the run has ended all comes back, the navigation over the stored data.
+    void aRunDisablesWhatWouldChangeIt()
+    {
+        Tpx3ViewPage page;
+        QVERIFY(page.page);
+        const Ui_PnlMeasurementTpx3& m = page.meas();
+        const Ui_DevViewMpx& form = page.page->form();
+        const QList<QWidget*> fields {
+            m.cmAcqType, m.spCount, m.edTime, m.spRepeat, m.cbFileOutput, m.btMeasStg};
+        for (QWidget* w : fields)
+            QVERIFY2(w->isEnabled(), qPrintable(w->objectName()));
+        QVERIFY(form.secondToolbar->isEnabled());
+        // The device holds a data object from before: the navigation is offered.
+        QVERIFY(page.page->frameBox()->isEnabled());
+
+        page.startRun();
+        for (QWidget* w : fields)
+            QVERIFY2(!w->isEnabled(), qPrintable(w->objectName()));
+        QVERIFY(!m.edFileOutput->isEnabled());
+        QVERIFY(!m.btBrowseFile->isEnabled());
+        QVERIFY(!m.cbRepeat->isEnabled());
+        QVERIFY(m.btStartStop->isEnabled());
+        QCOMPARE(m.btStartStop->text(), QString("Stop"));
+        QVERIFY(!form.secondToolbar->isEnabled());
+        QVERIFY(!page.page->frameBox()->isEnabled());
+        QVERIFY(!form.acNextFrame->isEnabled());
+        QVERIFY(!form.acPrevFrame->isEnabled());
+        QVERIFY(page.props().wTimeWindows->isEnabled());
+
+        page.stopRun();
+        QTRY_COMPARE(m.btStartStop->text(), QString("Start"));
+        for (QWidget* w : fields)
+            QVERIFY2(w->isEnabled(), qPrintable(w->objectName()));
+        QVERIFY(m.cbRepeat->isEnabled());
+        QVERIFY(m.btStartStop->isEnabled());
+        // File output is not ticked: its name and browser stay off.
+        QVERIFY(!m.edFileOutput->isEnabled());
+        QVERIFY(form.secondToolbar->isEnabled());
+        QVERIFY(page.page->frameBox()->isEnabled());
+        QVERIFY(form.acNextFrame->isEnabled());
+        QVERIFY(page.props().wTimeWindows->isEnabled());
+
+        // Disabled with no run (a lock), the time window goes off with the rest.
+        page.page->enableGui(false, false);
+        QVERIFY(!m.cmAcqType->isEnabled());
+        QVERIFY(!m.btStartStop->isEnabled());
+        QVERIFY(!form.secondToolbar->isEnabled());
+        QVERIFY(!page.props().wTimeWindows->isEnabled());
+        page.page->enableGui(true, false);
+        QVERIFY(m.cmAcqType->isEnabled());
+        QVERIFY(page.props().wTimeWindows->isEnabled());
+    }
+
+    // On exit what stands on the measurement panel and the range of the picture reach
+    // the controller and the page's stored settings, without a start; the data-driven
+    // time too, which a change of type alone does not hand over.
+    void exitHandsOverWhatStandsOnThePage()
+    {
+        Tpx3ViewPage page;
+        QVERIFY(page.page);
+        const Ui_PnlMeasurementTpx3& m = page.meas();
+        DevCtrlTpx3* ctrl = page.page->familyController();
+        typeInto(m.spCount, 7);
+        typeInto(m.edTime, QStringLiteral("0.25"));
+        clickCheckBox(m.cbFileOutput);
+        typeInto(m.edFileOutput, QStringLiteral("/data/run.t3pa"));
+        Ui_PnlImageProps& props = page.props();
+        typeInto(props.edMin, QStringLiteral("3"));
+        typeInto(props.edMax, QStringLiteral("250"));
+        QVERIFY(ctrl->acqParams().acqCount != 7);
+        QVERIFY(!ctrl->acqParams().fileOutput);
+        QVERIFY(ctrl->frameMaxRange() != 250.0);
+
+        page.page->onExit();
+        QCOMPARE(ctrl->acqParams().acqCount, 7);
+        QCOMPARE(ctrl->acqParams().acqTime, 0.25);
+        QVERIFY(ctrl->acqParams().fileOutput);
+        QCOMPARE(ctrl->acqParams().outputFile, std::string("/data/run.t3pa"));
+        QCOMPARE(ctrl->frameMinRange(), 3.0);
+        QCOMPARE(ctrl->frameMaxRange(), 250.0);
+
+        chooseItem(m.cmAcqType, 3);
+        typeInto(m.edTime, QStringLiteral("1.5"));
+        // The type went over as it was chosen; the data-driven time waits for the exit.
+        QCOMPARE(ctrl->acqParams().acqType, int(AcqTpx3Pixels));
+        QCOMPARE(ctrl->acqParamsTpx3().timeDataDriven, 0.0);
+        page.page->onExit();
+        QCOMPARE(ctrl->acqParamsTpx3().timeDataDriven, 1.5);
+        QCOMPARE(ctrl->acqParams().acqTime, 0.25);
+        // Pixels take no count: the panel shows 1, and 1 goes over.
+        QCOMPARE(ctrl->acqParams().acqCount, 1);
+
+        // The settings were written: another look at them finds the values.
+        ov::ISettings* stored = page.host.moduleSettings("devcontrol", &page.dev, 0);
+        stored->load();
+        QCOMPARE(stored->getInt("Acq", "Type", -1), 3);
+        QCOMPARE(stored->getDouble("Acq", "TimeDataDriven", -1.0), 1.5);
+        QCOMPARE(stored->getDouble("Acq", "Time", -1.0), 0.25);
+        QCOMPARE(stored->getDouble("Image", "MinRange", -1.0), 3.0);
+        QCOMPARE(stored->getDouble("Image", "MaxRange", -1.0), 250.0);
+        stored->release();
+    }
+
+    // Stored settings may hold type 4, integral test pulses, which has no item: the
+    // panel selects nothing, and Start measures that type as it stands.
+    void startWithStoredIntegralTestPulses()
+    {
+        Tpx3ViewPage page([](ov::ISettings* settings) {
+            settings->setInt("Acq", "Type", 4);
+            settings->setDouble("Acq", "Time", 0.5);
+            settings->setInt("Acq", "Spacing", 2);
+            settings->setInt("Acq", "TpSpacing", 6);
+        });
+        QVERIFY(page.page);
+        DevCtrlTpx3* ctrl = page.page->familyController();
+        QCOMPARE(ctrl->acqParams().acqType, 4);
+        QCOMPARE(page.meas().cmAcqType->currentIndex(), -1);
+        QCOMPARE(page.meas().edTime->text(), QString("0.5"));
+        QVERIFY(page.meas().spCount->isEnabled());
+
+        page.startRun();
+        QCOMPARE(ctrl->acqParams().acqType, 4);
+        QVERIFY(!ctrl->isDataDriven());
+        QCOMPARE(page.dev.lastDesc.testPulses, 1u);
+        QCOMPARE(int(page.dev.lastDesc.integral), 1);
+        QCOMPARE(page.dev.lastDesc.time, 0.5);
+        QCOMPARE(page.dev.lastDesc.spacing, 6u);
+        QVERIFY(page.dev.sentPulses);
+        // Frames are counted for it, not pixels.
+        QTRY_VERIFY(page.rateLabel()->text().startsWith("FPS: "));
+        page.stopRun();
+        QCOMPARE(page.meas().cmAcqType->currentIndex(), -1);
     }
 };
 

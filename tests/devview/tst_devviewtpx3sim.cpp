@@ -4,16 +4,22 @@
 #include "devctrltpx3.h"
 #include "devviewtpx3.h"
 #include "hostfixture.h"
+#include "pnlimageprops.h"
 #include "pnlmeasurementtpx3.h"
 #include "timepix3device.h"
 #include "typeinto.h"
+#include "ui_pnlimageprops.h"
 
 #include <qmpxframe.h>
 
+#include <QCheckBox>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QToolButton>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace PluginDevControl;
 
@@ -37,6 +43,29 @@ QLabel* labelStartingWith(QWidget* view, const QString& prefix)
         if (l->text().startsWith(prefix))
             return l;
     return nullptr;
+}
+
+// The largest count in the picture; -1 without one.
+double pictureMax(const QMpxFrame* frame)
+{
+    const double* data = frame->image->getData();
+    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
+    if (!data || n == 0)
+        return -1.0;
+    return *std::max_element(data, data + n);
+}
+
+// The sum of the counts in the picture of the 256 x 256 chip; -1 without one.
+double pictureTotal(const QMpxFrame* frame)
+{
+    const double* data = frame->image->getData();
+    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
+    if (!data || n != size_t(256 * 256))
+        return -1.0;
+    double sum = 0.0;
+    for (size_t i = 0; i < n; ++i)
+        sum += data[i];
+    return sum;
 }
 
 } // namespace
@@ -94,17 +123,7 @@ private slots:
         auto* frame = view->findChild<QMpxFrame*>();
         QVERIFY(frame && frame->image);
         // The picture of the newest chunk may follow its count by a moment.
-        auto pictureTotal = [frame] {
-            const double* data = frame->image->getData();
-            const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
-            if (!data || n != size_t(256 * 256))
-                return -1.0;
-            double sum = 0.0;
-            for (size_t i = 0; i < n; ++i)
-                sum += data[i];
-            return sum;
-        };
-        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(), double(hits), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 10000);
         // The rate shown is hits over the time since the start: never above what was
         // delivered in the time the run took at the least, never far below it.
         const double shown = labelNumber(rate, QStringLiteral("PPS: "));
@@ -139,6 +158,120 @@ private slots:
         // The panel is ready for the next run.
         QTRY_VERIFY_WITH_TIMEOUT(type->isEnabled(), 5000);
         QVERIFY(!panel->findChild<QSpinBox*>(QStringLiteral("spCount"))->isEnabled());
+    }
+
+    // After a data-driven run the frame box stands on the first index, and the time
+    // window of the image properties shows the run's frame type and fade window; the
+    // Integral box and the time typed there change how the run's picture is made.
+    void afterAPixelsRunTheFrameBoxAndTheTimeWindowShowTheRun()
+    {
+        HostFixture fixture;
+        ov::IDev* dev = fixture.connect(sim::makeDeviceDesc(ov::DevKindTpx3, 4713));
+        auto* chip = dynamic_cast<sim::Timepix3Device*>(dev);
+        QVERIFY(chip);
+        chip->setHitRate(1e6);
+        QVERIFY(fixture.start());
+        auto* view = qobject_cast<DevViewTpx3*>(fixture.window()->getView(dev));
+        QVERIFY(view);
+        fixture.window()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(fixture.window()));
+        PnlMeasurementTpx3* panel = view->measurement();
+        DevCtrlTpx3* ctrl = view->familyController();
+        auto* props = view->findChild<PnlImageProps*>();
+        QVERIFY(panel && ctrl && props);
+        auto* type = panel->findChild<QComboBox*>(QStringLiteral("cmAcqType"));
+        auto* time = panel->findChild<QLineEdit*>(QStringLiteral("edTime"));
+        auto* startStop = panel->findChild<QToolButton*>(QStringLiteral("btStartStop"));
+        QWidget* window = props->ui->wTimeWindows;
+        QCheckBox* integral = props->ui->chbAll;
+        QLineEdit* fade = props->ui->edTime;
+        QSpinBox* frames = view->frameBox();
+        auto* frame = view->findChild<QMpxFrame*>();
+
+        chooseItem(type, 3);
+        typeInto(time, QStringLiteral("0.5"));
+        QTest::mouseClick(startStop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        QTRY_COMPARE_WITH_TIMEOUT(startStop->text(), QString("Start"), 5000);
+        const uint64_t hits = chip->generatedHits();
+        QVERIFY(hits > 0);
+        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 10000);
+
+        // Data objects but no frames: the box offers the first index, never -1.
+        QVERIFY(ctrl->acqDataCount() > 0);
+        QCOMPARE(ctrl->acqFrameCount(), 0);
+        QVERIFY(frames->isEnabled());
+        QCOMPARE(frames->value(), 0);
+        QCOMPARE(frames->text(), QString("0"));
+
+        // The run's frames are integral: the box says so, and the fade window is shown.
+        ov::RefData<ov::ITpx3Pixels> last(ctrl->lastTpx3Pixels(), false);
+        QVERIFY(last);
+        QCOMPARE(last->frameType(), int(ov::Tpx3FrameIntegral));
+        QVERIFY(window->isVisible());
+        QVERIFY(window->isEnabled());
+        QVERIFY(integral->isChecked());
+        QCOMPARE(fade->text(), QString::number(last->fadeWindowSize(), 'g', 6));
+        if (!props->ui->chbAutoRange->isChecked())
+            clickCheckBox(props->ui->chbAutoRange);
+        props->ui->cmAutorange->setCurrentIndex(PnlImageProps::AutoMinMax);
+        const double integralMax = pictureMax(frame);
+        QCOMPARE(props->max(), integralMax);
+
+        // Unticked, the picture holds the hits of the fade window; a window shorter than
+        // the run, typed with a decimal comma, leaves out the earlier hits.
+        clickCheckBox(integral);
+        QCOMPARE(last->frameType(), int(ov::Tpx3FrameFade));
+        typeInto(fade, QStringLiteral("0,05"));
+        QTest::keyClick(fade, Qt::Key_Return);
+        QCOMPARE(last->fadeWindowSize(), 0.05);
+        QCOMPARE(fade->text(), QString("0.05"));
+        QTRY_VERIFY_WITH_TIMEOUT(pictureTotal(frame) > 0.0, 5000);
+        const double windowTotal = pictureTotal(frame);
+        QVERIFY2(windowTotal < 0.5 * double(hits), qPrintable(QString::number(windowTotal)));
+        // The automatic range follows the new picture, not the integral one before.
+        QVERIFY(props->ui->chbAutoRange->isChecked());
+        QCOMPARE(props->ui->cmAutorange->currentIndex(), int(PnlImageProps::AutoMinMax));
+        QCOMPARE(props->max(), pictureMax(frame));
+        QVERIFY(props->max() < integralMax);
+
+        // A time that does not read as one is not applied; the one in effect comes back.
+        typeInto(fade, QStringLiteral("1e"));
+        QTest::keyClick(fade, Qt::Key_Return);
+        QCOMPARE(fade->text(), QString("0.05"));
+        QCOMPARE(last->fadeWindowSize(), 0.05);
+        // A time the host refuses (it takes none of 0) leaves the one in effect on show.
+        typeInto(fade, QStringLiteral("0"));
+        QTest::keyClick(fade, Qt::Key_Return);
+        QCOMPARE(last->fadeWindowSize(), 0.05);
+        QCOMPARE(fade->text(), QString("0.05"));
+        typeInto(fade, QString());
+        integral->setFocus();
+        QCOMPARE(fade->text(), QString("0.05"));
+        QCOMPARE(pictureTotal(frame), windowTotal);
+
+        // Ticked again, every hit of the run is back.
+        clickCheckBox(integral);
+        QCOMPARE(last->frameType(), int(ov::Tpx3FrameIntegral));
+        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 5000);
+        QCOMPARE(props->max(), integralMax);
+
+        // Unticked once more, the next run starts with integral frames again (the
+        // host's choice for a new run), and the box follows.
+        clickCheckBox(integral);
+        QVERIFY(!integral->isChecked());
+        QCOMPARE(last->frameType(), int(ov::Tpx3FrameFade));
+        QTest::mouseClick(startStop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        ov::RefData<ov::ITpx3Pixels> next(ctrl->lastTpx3Pixels(), false);
+        QVERIFY(next && next.get() != last.get());
+        QCOMPARE(next->frameType(), int(ov::Tpx3FrameIntegral));
+        QTRY_VERIFY_WITH_TIMEOUT(integral->isChecked(), 5000);
+        QCOMPARE(frames->value(), 0);
     }
 };
 

@@ -5,6 +5,8 @@
 #include "pnlimageprops.h"
 #include "qrangemgr.h"
 #include "rangetestframes.h"
+#include "tpx3fakes.h"
+#include "typeinto.h"
 
 #include <simdata.h>
 
@@ -912,6 +914,101 @@ private slots:
         QCOMPARE(page.panel->min(), inRect.min);
         QCOMPARE(page.panel->max(), inRect.max);
         page.ctrl->setImagePropsPanel(nullptr);
+    }
+
+    // The time window shows the frame type and fade window of the data on show, without
+    // handing them back; a time being typed is left alone.
+    void timeWindowFollowsTheData()
+    {
+        testdev::FakePixels pixels(nullptr, 10);
+        Tpx3Page page;
+        const Controls c = controls(page.panel.get());
+        QVERIFY(showActive(page.panel.get()));
+        pixels.type = ov::Tpx3FrameFade;
+        pixels.fadeWindow = 0.2;
+        page.panel->onAcqDataChanged(&pixels);
+        QVERIFY(c.wTimeWindows->isVisible());
+        QVERIFY(!c.chbAll->isChecked());
+        QCOMPARE(c.edTime->text(), QString("0.2"));
+        pixels.type = ov::Tpx3FrameIntegral;
+        pixels.fadeWindow = 1.5;
+        page.panel->onAcqDataChanged(&pixels);
+        QVERIFY(c.chbAll->isChecked());
+        QCOMPARE(c.edTime->text(), QString("1.5"));
+        QVERIFY(page.ctrl->frameTypes.empty());
+        QVERIFY(page.ctrl->fadeSizes.empty());
+
+        typeInto(c.edTime, QStringLiteral("3"));
+        pixels.fadeWindow = 0.7;
+        page.panel->onAcqDataChanged(&pixels);
+        QCOMPARE(c.edTime->text(), QString("3"));
+        QTest::keyClick(c.edTime, Qt::Key_Return);
+        QCOMPARE(page.ctrl->fadeSizes, (std::vector<double> {3.0}));
+        // The fake controller passes nothing on: the data keeps 0.7, which is shown.
+        QCOMPARE(c.edTime->text(), QString("0.7"));
+        page.panel->onAcqDataChanged(nullptr);
+        QCOMPARE(pixels.refs.load(), 1);
+    }
+
+    // A time is read with a point or a comma, in the C locale and in the system's; text
+    // that does not read as a time is not applied, and the time in effect comes back.
+    void timeTypedWithPointOrComma_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::newRow("C") << QLocale::c();
+        QTest::newRow("de_DE") << QLocale(QLocale::German, QLocale::Germany);
+        QTest::newRow("en_US") << QLocale(QLocale::English, QLocale::UnitedStates);
+    }
+
+    void timeTypedWithPointOrComma()
+    {
+        QFETCH(QLocale, locale);
+        const QLocale before;
+        QLocale::setDefault(locale);
+        {
+            Tpx3Page page;
+            const Controls c = controls(page.panel.get());
+            QVERIFY(showActive(page.panel.get()));
+            page.panel->showTimeWindowPanel(true, true);
+            std::vector<double> applied;
+            auto enter = [&](const QString& text) {
+                typeInto(c.edTime, text);
+                QTest::keyClick(c.edTime, Qt::Key_Return);
+            };
+            enter(QStringLiteral("0,5"));
+            applied.push_back(0.5);
+            QCOMPARE(page.ctrl->fadeSizes, applied);
+            enter(QStringLiteral("0.25"));
+            applied.push_back(0.25);
+            QCOMPARE(page.ctrl->fadeSizes, applied);
+            enter(QStringLiteral("2,125"));
+            applied.push_back(2.125);
+            QCOMPARE(page.ctrl->fadeSizes, applied);
+            // A comma is never taken for a thousands separator.
+            enter(QStringLiteral("1,000"));
+            applied.push_back(1.0);
+            QCOMPARE(page.ctrl->fadeSizes, applied);
+            QCOMPARE(c.edTime->text(), QString("1,000"));
+
+            // Half a number on Return: nothing applied, the last time stands again.
+            enter(QStringLiteral("1e"));
+            QCOMPARE(page.ctrl->fadeSizes, applied);
+            QCOMPARE(c.edTime->text(), QString("1,000"));
+            enter(QString());
+            QCOMPARE(page.ctrl->fadeSizes, applied);
+            QCOMPARE(c.edTime->text(), QString("1,000"));
+            // The same on leaving the field.
+            typeInto(c.edTime, QStringLiteral("4e-"));
+            QCOMPARE(c.edTime->text(), QString("4e-"));
+            c.chbAll->setFocus();
+            QTRY_VERIFY(!c.edTime->hasFocus());
+            QCOMPARE(c.edTime->text(), QString("1,000"));
+            QCOMPARE(page.ctrl->fadeSizes.back(), 1.0);
+            // Six decimals are refused as typed, as the validator's five allow.
+            typeInto(c.edTime, QStringLiteral("0.123456"));
+            QCOMPARE(c.edTime->text(), QString("0.12345"));
+        }
+        QLocale::setDefault(before);
     }
 };
 
