@@ -361,21 +361,34 @@ void PhysicsModel::frame(Rng& rng, double exposure, int16_t* out)
     }
 }
 
-void PhysicsModel::testPulseFrame(Rng& rng, const TestPulseRecord& pulses, int16_t* out)
+std::vector<PhysicsModel::PulsedPixel> PhysicsModel::pulsedPixels(double volts) const
 {
     const size_t n = m_rate.size();
     const SimPixCfg::Pixels& px = m_inputs.pixels;
-    const bool hasCfg = px.test.size() == n && px.mask.size() == n;
-    std::memset(out, 0, n * sizeof(int16_t));
-    if (!hasCfg)
-        return;
-    const double energy = testPulseKeV(pulses.height);
-    const double count = pulses.count;
+    std::vector<PulsedPixel> out;
+    if (px.test.size() != n || px.mask.size() != n)
+        return out;
+    const double energy = testPulseKeV(volts);
     for (size_t i = 0; i < n; ++i) {
         if (!px.test[i] || px.mask[i] || m_defect[i] == 2)
             continue;
         // The pulse charge is seen through the pixel's own gain; noise smears the edge.
         const double p = normalCdf((energy * m_gain[i] - m_threshold[i]) / m_sigma[i]);
+        out.push_back({uint32_t(i), p, energy * m_gain[i]});
+    }
+    return out;
+}
+
+void PhysicsModel::testPulseFrame(Rng& rng, const TestPulseRecord& pulses, int16_t* out)
+{
+    const size_t n = m_rate.size();
+    const SimPixCfg::Pixels& px = m_inputs.pixels;
+    std::memset(out, 0, n * sizeof(int16_t));
+    const double energy = testPulseKeV(pulses.height);
+    const double count = pulses.count;
+    for (const PulsedPixel& pp : pulsedPixels(pulses.height)) {
+        const size_t i = pp.pixel;
+        const double p = pp.probability;
         double k;
         if (p < 1e-9)
             k = 0.0;

@@ -97,6 +97,17 @@ public:
     // Test pulses: pixels with the test bit count the pulses that cross their threshold.
     void testPulseFrame(Rng& rng, const TestPulseRecord& pulses, int16_t* out);
 
+    // A pixel that a test pulse reaches: its index, the chance that one pulse crosses its
+    // threshold, and the energy it sees through its own gain.
+    struct PulsedPixel
+    {
+        uint32_t pixel;
+        double probability;
+        double keV;
+    };
+    // The pixels with the test bit, neither masked nor dead, for pulses of a height in volts.
+    std::vector<PulsedPixel> pulsedPixels(double volts) const;
+
     // Equivalent energy of a test pulse of a height in volts.
     static double testPulseKeV(double volts) { return volts * 50.0; }
 

@@ -1,6 +1,7 @@
 #include "timepix3device.h"
 
 #include "hitsource.h"
+#include "pulsehits.h"
 #include "tpx3data.h"
 #include "tpx3hitfile.h"
 #include "tpx3hitio.h"
@@ -185,12 +186,14 @@ public:
         uint64_t toaEnd = 0;
     };
 
+    // pulses: the test pulses of the run, or null.
     Readout(Timepix3Device& dev, SeriesTarget& target, Tpx3Run& run, Tpx3HitSource& source,
-        double seconds, size_t capacity, bool calibrated)
+        Tpx3PulseHits* pulses, double seconds, size_t capacity, bool calibrated)
         : m_dev(dev),
           m_target(target),
           m_run(run),
           m_source(source),
+          m_pulses(pulses),
           m_total(uint64_t(std::max(0.0, seconds) * kStepsPerSecond)),
           m_capacity(capacity),
           m_calibrated(calibrated),
@@ -234,6 +237,8 @@ private:
             c.hits = std::make_shared<std::vector<ov::Tpx3Hit>>();
             c.clusters = std::make_shared<std::vector<ov::Tpx3Cluster>>();
             m_source.generate(from, to, m_calibrated, *c.hits, *c.clusters);
+            if (m_pulses)
+                m_pulses->addTo(from, to, *c.hits);
             c.toaEnd = c.hits->empty() ? to : std::max(to, c.hits->back().toa + 1);
             m_dev.m_generated.fetch_add(c.hits->size());
             // The chunk is read out when its time is over.
@@ -264,6 +269,7 @@ private:
     SeriesTarget& m_target;
     Tpx3Run& m_run;
     Tpx3HitSource& m_source;
+    Tpx3PulseHits* const m_pulses;
     const uint64_t m_total;
     const size_t m_capacity;
     const bool m_calibrated;
@@ -276,7 +282,7 @@ private:
 };
 
 int Timepix3Device::runPixelRound(
-    SeriesTarget& target, const AcqRecord& acq, const TestPulseRecord*, int)
+    SeriesTarget& target, const AcqRecord& acq, const TestPulseRecord* tp, int)
 {
     clearData();
     const size_t limit = size_t(std::max(0.0, frameMemoryMb()) * double(kMb));
@@ -287,12 +293,17 @@ int Timepix3Device::runPixelRound(
     }
     m_generated.store(0);
     const bool clusters = m_dataOutput->asInt() == 1;
-    Tpx3HitSource source(
-        currentPhysics(), m_hitRate->asDouble(), seedOf(serial(), m_runSequence.fetch_add(1)));
+    const uint64_t seed = seedOf(serial(), m_runSequence.fetch_add(1));
+    Tpx3HitSource source(currentPhysics(), m_hitRate->asDouble(), seed);
+    // "Pixels & Test pulses": the pulses' hits join the particles'.
+    std::unique_ptr<Tpx3PulseHits> pulses;
+    if (acq.testPulses && tp)
+        pulses = std::make_unique<Tpx3PulseHits>(currentPhysics(), *tp, seed ^ 0x7e57u);
     const bool calibrated = isDataCalibrationEnabled();
     int result = AcqOk;
     {
-        Readout readout(*this, target, *run, source, acq.time, readoutBufferChunks(), calibrated);
+        Readout readout(
+            *this, target, *run, source, pulses.get(), acq.time, readoutBufferChunks(), calibrated);
         Readout::Chunk c;
         while (readout.take(&c)) {
             uint64_t delivered = 0;
