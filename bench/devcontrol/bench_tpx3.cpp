@@ -10,7 +10,9 @@
 // thread; the ratio of the two is reported. The run's producer threads are the device's
 // default (one per core).
 //
-//   bench_tpx3 [--seconds=N] [--rates=40e6,80e6] [benchmark flags]
+//   bench_tpx3 [--seconds=N] [--rates=40e6,80e6] [--threads=N] [benchmark flags]
+//
+// --threads: the device's readout threads (default: one per core).
 #include "devctrltpx3.h"
 #include "devviewtpx3.h"
 #include "hitsource.h"
@@ -42,6 +44,7 @@ namespace {
 
 double runSeconds = 10.0;
 std::vector<double> rates {40e6, 80e6};
+unsigned readoutThreads = 0; // the device's default: one per core
 
 struct Row
 {
@@ -146,6 +149,7 @@ void BM_Tpx3DataDriven(benchmark::State& state)
             return;
         }
         chip->setHitRate(rate);
+        chip->setReadoutThreads(readoutThreads);
         auto* view = qobject_cast<PluginDevControl::DevViewTpx3*>(fixture.window()->getView(dev));
         if (!view) {
             state.SkipWithError("no Timepix3 page");
@@ -258,6 +262,8 @@ int main(int argc, char** argv)
     for (int i = 0; i < argc; ++i) {
         if (std::strncmp(argv[i], "--seconds=", 10) == 0) {
             runSeconds = std::atof(argv[i] + 10);
+        } else if (std::strncmp(argv[i], "--threads=", 10) == 0) {
+            readoutThreads = unsigned(std::atoi(argv[i] + 10));
         } else if (std::strncmp(argv[i], "--rates=", 8) == 0) {
             rates.clear();
             for (const QString& r : QString::fromUtf8(argv[i] + 8).split(QLatin1Char(',')))
