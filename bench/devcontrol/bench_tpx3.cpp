@@ -10,9 +10,11 @@
 // thread; the ratio of the two is reported. The run's producer threads are the device's
 // default (one per core).
 //
-//   bench_tpx3 [--seconds=N] [--rates=40e6,80e6] [--threads=N] [benchmark flags]
+//   bench_tpx3 [--seconds=N] [--rates=40e6,80e6] [--threads=N] [--frame-memory=MB]
+//              [benchmark flags]
 //
-// --threads: the device's readout threads (default: one per core).
+// --threads: the device's readout threads (default: one per core); --frame-memory: MB
+// of the device's frame memory, which holds the run's chunks (default: the host's).
 #include "devctrltpx3.h"
 #include "devviewtpx3.h"
 #include "hitsource.h"
@@ -45,6 +47,7 @@ namespace {
 double runSeconds = 10.0;
 std::vector<double> rates {40e6, 80e6};
 unsigned readoutThreads = 0; // the device's default: one per core
+double frameMemoryMb = 0.0;  // 0: the host's setting
 
 struct Row
 {
@@ -150,6 +153,8 @@ void BM_Tpx3DataDriven(benchmark::State& state)
         }
         chip->setHitRate(rate);
         chip->setReadoutThreads(readoutThreads);
+        if (frameMemoryMb > 0.0)
+            chip->setFrameMemoryMb(frameMemoryMb);
         auto* view = qobject_cast<PluginDevControl::DevViewTpx3*>(fixture.window()->getView(dev));
         if (!view) {
             state.SkipWithError("no Timepix3 page");
@@ -262,6 +267,8 @@ int main(int argc, char** argv)
     for (int i = 0; i < argc; ++i) {
         if (std::strncmp(argv[i], "--seconds=", 10) == 0) {
             runSeconds = std::atof(argv[i] + 10);
+        } else if (std::strncmp(argv[i], "--frame-memory=", 15) == 0) {
+            frameMemoryMb = std::atof(argv[i] + 15);
         } else if (std::strncmp(argv[i], "--threads=", 10) == 0) {
             readoutThreads = unsigned(std::atoi(argv[i] + 10));
         } else if (std::strncmp(argv[i], "--rates=", 8) == 0) {
