@@ -6,12 +6,15 @@
 #include "pnlimageprops.h"
 
 #include <QTabBar>
+#include <QTimer>
 
 namespace PluginDevControl {
 
 namespace {
 
 constexpr const char* kTpSection = "TpPars";
+// Seconds between two pictures of new data-driven data.
+constexpr double kPictureInterval = 0.1;
 // The threshold polarity is asked of all chips at once.
 constexpr int kAllChips = -1;
 
@@ -175,6 +178,35 @@ void DevCtrlTpx3::onNewData(int index)
     ov::RefData<ov::IData> data(m_dev->acqDataRefInc(static_cast<unsigned>(index)), false);
     if (!data || !imagePropsPanel)
         return;
+    if (isTpx3Data(data.get()))
+        m_pixelCount = hitsOf(data.get());
+    if (!autoUpdate.load() || pixCfgType.load() != PixCfgNone)
+        return;
+    // Chunks come a hundred times a second and more; a picture (its frame made, the
+    // panels and the display updated) ten times is what a person follows, and leaves
+    // the cores to the measurement. The newest data goes when the interval is over.
+    const double wait = m_lastPicture + kPictureInterval - nowSeconds();
+    if (wait > 0.0) {
+        if (!m_picturePending) {
+            m_picturePending = true;
+            QTimer::singleShot(static_cast<int>(wait * 1000.0) + 1, this, [this] {
+                m_picturePending = false;
+                const int newest = acqDataCount() - 1;
+                if (newest >= 0)
+                    onNewData(newest);
+            });
+        }
+        return;
+    }
+    m_lastPicture = nowSeconds();
+    showData(index);
+}
+
+void DevCtrlTpx3::showData(int index)
+{
+    ov::RefData<ov::IData> data(m_dev->acqDataRefInc(static_cast<unsigned>(index)), false);
+    if (!data || !imagePropsPanel)
+        return;
     const bool tpx3Data = isTpx3Data(data.get());
     if (tpx3Data)
         m_pixelCount = hitsOf(data.get());
@@ -252,7 +284,7 @@ void DevCtrlTpx3::showAcqFrame(unsigned long index)
     if (index >= static_cast<unsigned long>(acqDataCount()))
         return;
     if (isDataDriven() && acqFrameCount() == 0)
-        onNewData(0);
+        showData(0);
     else
         DevCtrlMpx::showAcqFrame(index);
 }

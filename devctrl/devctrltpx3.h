@@ -67,7 +67,8 @@ public slots:
     // Set on the newest pixel data (else cluster data), whose frame is then drawn.
     virtual void setFadeWindowSize(double seconds);
     virtual void setFrameType(int type);
-    // Counts the hits of pixel and cluster data and shows their frame.
+    // Counts the hits of pixel and cluster data and shows their frame: at most ten
+    // pictures a second, the newest data's when the interval is over.
     void onNewData(int index) override;
 
 signals:
@@ -84,6 +85,8 @@ protected:
     void changeNewestData(const std::function<void(ov::ITpx3Data*)>& change);
     // The step of a pixel's threshold adjustment, by the threshold's polarity.
     int thlStep(bool over);
+    // Hands the data at index to the image properties and shows its frame.
+    void showData(int index);
 
     ov::IDevTpx3* tpx3;
     AcqParamsTpx3 m_acqParamsTpx3;
@@ -92,6 +95,10 @@ protected:
     std::atomic<bool> thresholdCalibrated {false};
     // Kept in the settings only.
     bool autoCtpr = false;
+    // GUI thread: when the last picture of new data was shown (nowSeconds), and whether
+    // the newest data waits for the next one.
+    double m_lastPicture = 0.0;
+    bool m_picturePending = false;
 };
 
 } // namespace PluginDevControl

@@ -11,6 +11,11 @@
 //
 // Clusters are made as the particles are drawn, so they are exact: a cluster's hits are
 // the hits of one particle. Hits come out in order of arrival.
+//
+// The hits of a span of time depend only on the seed and the span: each span draws from
+// a generator seeded by its start, and the muon and alpha clocks start anew in it (their
+// arrivals have no memory, so this changes nothing in their statistics). Spans can thus
+// be made on several threads at once, in any order, with the same result.
 #pragma once
 
 #include "physics.h"
@@ -37,11 +42,13 @@ public:
     // hitsPerSecond: the mean rate of photon hits over the whole device.
     Tpx3HitSource(const PhysicsModel& physics, double hitsPerSecond, uint64_t seed);
 
-    // Appends the hits and clusters of the particles that arrive in [from, to) (steps
-    // of 1.5625 ns). Cluster energies are in keV with calibrated true, else the sum of
-    // the hits' time over threshold.
+    // Appends the hits, and the clusters when clusters is given, of the particles that
+    // arrive in [from, to) (steps of 1.5625 ns). Cluster energies are in keV with
+    // calibrated true, else the sum of the hits' time over threshold. Thread-safe.
     void generate(uint64_t from, uint64_t to, bool calibrated, std::vector<ov::Tpx3Hit>& hits,
-        std::vector<ov::Tpx3Cluster>& clusters);
+        std::vector<ov::Tpx3Cluster>* clusters) const;
+    // About how many hits [from, to) holds: room to reserve before generate.
+    size_t expectedHits(uint64_t from, uint64_t to) const;
 
     double hitsPerSecond() const { return m_hitRate; }
 
@@ -51,29 +58,44 @@ private:
         int x, y;
         double keV;
     };
+    // A pixel's entry of the alias table: the odds of keeping it, else its alias.
+    struct Alias
+    {
+        float keep;
+        uint32_t other;
+    };
+    // The sums a cluster is made of, kept while one particle's hits are recorded.
+    struct ClusterSums
+    {
+        double tot = 0.0, x = 0.0, y = 0.0;
+        uint32_t size = 0;
+        uint64_t first = UINT64_MAX;
+    };
     void buildAliasTable(const std::vector<float>& weights);
-    double hitsPerPhoton();
-    uint32_t drawPixel();
-    void photon(uint32_t pixel, std::vector<Deposit>& out);
-    void muon(std::vector<Deposit>& out);
-    void alpha(std::vector<Deposit>& out);
-    // Turns the deposits of one particle arriving at toa into hits and its cluster.
-    void record(uint64_t toa, const std::vector<Deposit>& deposits, bool calibrated,
-        std::vector<ov::Tpx3Hit>& hits, std::vector<ov::Tpx3Cluster>& clusters);
+    double hitsPerPhoton() const;
+    uint32_t drawPixel(Rng& rng) const;
+    // One photon landing at pixel at toa: its hits (and the sums of its cluster).
+    void photon(Rng& rng, uint32_t pixel, uint64_t toa, std::vector<ov::Tpx3Hit>& hits,
+        ClusterSums* sums) const;
+    void muon(Rng& rng, std::vector<Deposit>& out) const;
+    void alpha(Rng& rng, std::vector<Deposit>& out) const;
+    // One deposit of keV at (x, y), inside the device, arriving at toa: a hit when it
+    // lies above the pixel's threshold.
+    void deposit(int x, int y, double keV, uint64_t toa, std::vector<ov::Tpx3Hit>& hits,
+        ClusterSums* sums) const;
+    void addCluster(
+        const ClusterSums& sums, bool calibrated, std::vector<ov::Tpx3Cluster>& clusters) const;
 
     const int m_width;
     const int m_height;
     const double m_kvp;
+    const double m_lowCap; // the lowest photon energy lies at or below this
     const double m_hitRate;
-    double m_photonRate = 0.0; // photons per second
+    const uint64_t m_seed;
+    double m_photonsPerStep = 0.0;
     double m_chips;
     std::vector<float> m_threshold; // keV of each pixel; infinite where it cannot count
-    std::vector<float> m_aliasProb;
-    std::vector<uint32_t> m_alias;
-    Rng m_rng;
-    std::vector<Deposit> m_deposits;
-    double m_muonClock = 0.0;
-    double m_alphaClock = 0.0;
+    std::vector<Alias> m_alias;
 };
 
 } // namespace sim

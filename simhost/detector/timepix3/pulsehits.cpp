@@ -13,7 +13,7 @@ Tpx3PulseHits::Tpx3PulseHits(
       m_periodSteps(std::max(0.0, pulses.period) / Tpx3HitSource::kToaStepSeconds),
       m_width(physics.width()),
       m_pixels(physics.pulsedPixels(pulses.height)),
-      m_rng(seed)
+      m_seed(seed)
 { }
 
 uint64_t Tpx3PulseHits::pulseToa(uint32_t k) const
@@ -21,17 +21,22 @@ uint64_t Tpx3PulseHits::pulseToa(uint32_t k) const
     return uint64_t((double(k) + 0.5) * m_periodSteps);
 }
 
-void Tpx3PulseHits::addTo(uint64_t from, uint64_t to, std::vector<ov::Tpx3Hit>& hits)
+void Tpx3PulseHits::addTo(uint64_t from, uint64_t to, std::vector<ov::Tpx3Hit>& hits) const
 {
     const size_t before = hits.size();
-    for (; m_next < m_count; ++m_next) {
-        const uint64_t toa = pulseToa(m_next);
+    // The first pulse that can come at or after from: pulse k comes at (k + 1/2) periods.
+    uint64_t k = 0;
+    if (m_periodSteps > 0.0)
+        k = uint64_t(std::max(0.0, std::floor(double(from) / m_periodSteps - 1.0)));
+    for (; k < m_count; ++k) {
+        const uint64_t toa = pulseToa(uint32_t(k));
         if (toa >= to)
             break;
         if (toa < from)
             continue;
+        Rng rng(seedOf(m_seed, k));
         for (const PhysicsModel::PulsedPixel& p : m_pixels) {
-            if (m_rng.uniform() >= p.probability)
+            if (rng.uniform() >= p.probability)
                 continue;
             ov::Tpx3Hit hit {};
             hit.toa = toa;

@@ -25,8 +25,9 @@ public:
     Tpx3PulseHits(const PhysicsModel& physics, const TestPulseRecord& pulses, uint64_t seed);
 
     // Adds the hits of the pulses that come in [from, to) (steps of 1.5625 ns) to hits,
-    // which stay in order of arrival.
-    void addTo(uint64_t from, uint64_t to, std::vector<ov::Tpx3Hit>& hits);
+    // which stay in order of arrival. A pulse's hits depend only on the seed and the
+    // pulse, so chunks may be made on several threads and in any order.
+    void addTo(uint64_t from, uint64_t to, std::vector<ov::Tpx3Hit>& hits) const;
 
     // The time of pulse k in steps.
     uint64_t pulseToa(uint32_t k) const;
@@ -38,8 +39,7 @@ private:
     const double m_periodSteps;
     const int m_width;
     std::vector<PhysicsModel::PulsedPixel> m_pixels;
-    Rng m_rng;
-    uint32_t m_next = 0; // the first pulse not yet added
+    const uint64_t m_seed;
 };
 
 } // namespace sim

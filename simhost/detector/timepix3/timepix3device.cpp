@@ -14,6 +14,10 @@
 #include <condition_variable>
 #include <thread>
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
 namespace sim {
 
 namespace {
@@ -22,6 +26,22 @@ constexpr double kStepsPerSecond = 1.0 / Tpx3HitSource::kToaStepSeconds;
 constexpr double kDefaultHitRate = 2e6;
 constexpr double kMaxHitRate = 1.2e8;
 constexpr size_t kMb = size_t(1) << 20;
+
+// A chunk's hits (megabytes at high rates) may sit on huge pages: a few page faults
+// where there would be thousands.
+void adviseHugePages(const void* data, size_t bytes)
+{
+#ifdef __linux__
+    constexpr uintptr_t kHuge = uintptr_t(2) << 20;
+    const uintptr_t begin = (uintptr_t(data) + kHuge - 1) & ~(kHuge - 1);
+    const uintptr_t end = (uintptr_t(data) + bytes) & ~(kHuge - 1);
+    if (end > begin)
+        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#else
+    (void)data;
+    (void)bytes;
+#endif
+}
 
 } // namespace
 
@@ -72,6 +92,24 @@ size_t Timepix3Device::readoutBufferChunks() const
     const double chunkBytes = rate * kChunkSeconds * sizeof(ov::Tpx3Hit);
     const double bytes = double(m_readoutBuffer->asInt()) * double(kMb);
     return std::max<size_t>(1, size_t(bytes / std::max(1.0, chunkBytes)));
+}
+
+Tpx3HitSource Timepix3Device::hitSource(uint64_t run)
+{
+    return Tpx3HitSource(currentPhysics(), m_hitRate->asDouble(), seedOf(serial(), run));
+}
+
+void Timepix3Device::setReadoutThreads(unsigned count)
+{
+    m_readoutThreads.store(count);
+}
+
+unsigned Timepix3Device::readoutThreads() const
+{
+    const unsigned set = m_readoutThreads.load();
+    if (set > 0)
+        return set;
+    return std::clamp(std::thread::hardware_concurrency(), 1u, kMaxReadoutThreads);
 }
 
 void Timepix3Device::changed()
@@ -173,9 +211,11 @@ uint32_t Timepix3Device::supportedAcqTypes()
 // ---------------------------------------------------------------------------------
 // Data-driven readout
 
-// The chip's side of a data-driven round: a thread that makes the hits of each chunk
-// when its time has come and puts it into the readout buffer, or drops it when the
-// buffer is full.
+// The chip's side of a data-driven round: producer threads that make the hits of the
+// chunks, each taking the next chunk not yet taken, and put them into the readout buffer
+// in order when their time has come, or drop them when the buffer is full. A chunk's
+// hits depend only on its span of time, so the run is the same with any number of
+// producers.
 class Timepix3Device::Readout
 {
 public:
@@ -187,18 +227,26 @@ public:
     };
 
     // pulses: the test pulses of the run, or null.
-    Readout(Timepix3Device& dev, SeriesTarget& target, Tpx3Run& run, Tpx3HitSource& source,
-        Tpx3PulseHits* pulses, double seconds, size_t capacity, bool calibrated)
+    Readout(Timepix3Device& dev, SeriesTarget& target, Tpx3Run& run, const Tpx3HitSource& source,
+        const Tpx3PulseHits* pulses, double seconds, size_t capacity, bool calibrated,
+        bool clusters, unsigned producers)
         : m_dev(dev),
           m_target(target),
           m_run(run),
           m_source(source),
           m_pulses(pulses),
           m_total(uint64_t(std::max(0.0, seconds) * kStepsPerSecond)),
+          m_step(uint64_t(kChunkSeconds * kStepsPerSecond)),
+          m_chunks((m_total + m_step - 1) / m_step),
           m_capacity(capacity),
           m_calibrated(calibrated),
-          m_thread([this] { produce(); })
-    { }
+          m_clusters(clusters),
+          m_start(Clock::now())
+    {
+        m_live = std::max(1u, producers);
+        for (unsigned i = 0; i < m_live; ++i)
+            m_threads.emplace_back([this] { produce(); });
+    }
 
     ~Readout()
     {
@@ -207,14 +255,15 @@ public:
             m_stop = true;
         }
         m_cv.notify_all();
-        m_thread.join();
+        for (std::thread& t : m_threads)
+            t.join();
     }
 
     // The next chunk; false when the round is over (all taken, or aborted).
     bool take(Chunk* out)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_cv.wait(lock, [this] { return !m_buffer.empty() || m_done; });
+        m_cv.wait(lock, [this] { return !m_buffer.empty() || m_live == 0; });
         if (m_buffer.empty())
             return false;
         *out = std::move(m_buffer.front());
@@ -227,58 +276,88 @@ private:
 
     void produce()
     {
-        const uint64_t step = uint64_t(kChunkSeconds * kStepsPerSecond);
-        const Clock::time_point start = Clock::now();
-        for (uint64_t from = 0; from < m_total; from += step) {
+        bool cut = false; // the round ends before all its chunks
+        for (;;) {
+            const uint64_t index = m_nextToMake.fetch_add(1);
+            if (index >= m_chunks)
+                break;
+            cut = true;
             if (m_target.aborted() || stopped())
                 break;
-            const uint64_t to = std::min(m_total, from + step);
+            const uint64_t from = index * m_step;
+            const uint64_t to = std::min(m_total, from + m_step);
             Chunk c;
             c.hits = std::make_shared<std::vector<ov::Tpx3Hit>>();
-            c.clusters = std::make_shared<std::vector<ov::Tpx3Cluster>>();
-            m_source.generate(from, to, m_calibrated, *c.hits, *c.clusters);
+            c.hits->reserve(m_source.expectedHits(from, to));
+            adviseHugePages(c.hits->data(), c.hits->capacity() * sizeof(ov::Tpx3Hit));
+            if (m_clusters)
+                c.clusters = std::make_shared<std::vector<ov::Tpx3Cluster>>();
+            m_source.generate(from, to, m_calibrated, *c.hits, c.clusters.get());
             if (m_pulses)
                 m_pulses->addTo(from, to, *c.hits);
             c.toaEnd = c.hits->empty() ? to : std::max(to, c.hits->back().toa + 1);
-            m_dev.m_generated.fetch_add(c.hits->size());
             // The chunk is read out when its time is over.
             const double due = double(to) / kStepsPerSecond;
-            const double wait = due - std::chrono::duration<double>(Clock::now() - start).count();
+            const double wait = due - std::chrono::duration<double>(Clock::now() - m_start).count();
             if (wait > 0.0 && !waitAbortable(m_target, wait))
                 break;
-            std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_buffer.size() >= m_capacity) {
-                m_run.addLost(c.hits->size());
-                continue;
-            }
-            m_buffer.push_back(std::move(c));
-            m_cv.notify_all();
+            if (!publish(index, std::move(c)))
+                break;
+            cut = false;
         }
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_done = true;
+        --m_live;
+        // The chunks after one not published can never be: the round ends there.
+        if (cut)
+            m_ended = true;
         m_cv.notify_all();
+    }
+
+    // Puts chunk index into the buffer after those before it (or drops it when the
+    // buffer is full); false when the round has ended meanwhile.
+    bool publish(uint64_t index, Chunk c)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_cv.wait(lock, [&] { return m_nextToPublish == index || m_ended || m_stop; });
+        if (m_nextToPublish != index)
+            return false;
+        ++m_nextToPublish;
+        m_dev.m_generated.fetch_add(c.hits->size());
+        if (m_buffer.size() >= m_capacity)
+            m_run.addLost(c.hits->size());
+        else
+            m_buffer.push_back(std::move(c));
+        m_cv.notify_all();
+        return true;
     }
 
     bool stopped()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        return m_stop;
+        return m_stop || m_ended;
     }
 
     Timepix3Device& m_dev;
     SeriesTarget& m_target;
     Tpx3Run& m_run;
-    Tpx3HitSource& m_source;
-    Tpx3PulseHits* const m_pulses;
+    const Tpx3HitSource& m_source;
+    const Tpx3PulseHits* const m_pulses;
     const uint64_t m_total;
+    const uint64_t m_step;
+    const uint64_t m_chunks;
     const size_t m_capacity;
     const bool m_calibrated;
+    const bool m_clusters;
+    const Clock::time_point m_start;
+    std::atomic<uint64_t> m_nextToMake {0};
     std::mutex m_mutex;
     std::condition_variable m_cv;
     std::deque<Chunk> m_buffer;
-    bool m_done = false;
+    uint64_t m_nextToPublish = 0;
+    unsigned m_live = 0;
+    bool m_ended = false;
     bool m_stop = false;
-    std::thread m_thread; // last: starts when everything else is ready
+    std::vector<std::thread> m_threads; // last: they start when everything else is ready
 };
 
 int Timepix3Device::runPixelRound(
@@ -293,24 +372,25 @@ int Timepix3Device::runPixelRound(
     }
     m_generated.store(0);
     const bool clusters = m_dataOutput->asInt() == 1;
-    const uint64_t seed = seedOf(serial(), m_runSequence.fetch_add(1));
-    Tpx3HitSource source(currentPhysics(), m_hitRate->asDouble(), seed);
+    const uint64_t runNumber = m_runSequence.fetch_add(1);
+    const Tpx3HitSource source = hitSource(runNumber);
     // "Pixels & Test pulses": the pulses' hits join the particles'.
     std::unique_ptr<Tpx3PulseHits> pulses;
     if (acq.testPulses && tp)
-        pulses = std::make_unique<Tpx3PulseHits>(currentPhysics(), *tp, seed ^ 0x7e57u);
+        pulses = std::make_unique<Tpx3PulseHits>(
+            currentPhysics(), *tp, seedOf(serial() ^ 0x7e57u, runNumber));
     const bool calibrated = isDataCalibrationEnabled();
     int result = AcqOk;
     {
-        Readout readout(
-            *this, target, *run, source, pulses.get(), acq.time, readoutBufferChunks(), calibrated);
+        Readout readout(*this, target, *run, source, pulses.get(), acq.time, readoutBufferChunks(),
+            calibrated, clusters, readoutThreads());
         Readout::Chunk c;
         while (readout.take(&c)) {
             uint64_t delivered = 0;
             const uint64_t seq = run->addChunk(c.hits, c.toaEnd, &delivered);
             const double seconds = double(c.toaEnd) / kStepsPerSecond;
             const size_t bytes = c.hits->size() * sizeof(ov::Tpx3Hit)
-                + c.clusters->size() * sizeof(ov::Tpx3Cluster);
+                + (c.clusters ? c.clusters->size() * sizeof(ov::Tpx3Cluster) : 0);
             ov::ITpx3Data* data = clusters ? static_cast<ov::ITpx3Data*>(Tpx3ClusterData::create(
                                       run, c.hits, c.clusters, seq, c.toaEnd, delivered, seconds))
                                            : static_cast<ov::ITpx3Data*>(Tpx3PixelData::create(

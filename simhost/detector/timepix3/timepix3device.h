@@ -19,6 +19,7 @@
 // conversion, time walk and chip calibration.
 #pragma once
 
+#include "hitsource.h"
 #include "mpxdevice.h"
 #include "tpx3run.h"
 
@@ -42,6 +43,13 @@ public:
     void setHitRate(double hitsPerSecond);
     // Chunks the readout buffer holds (set from ReadoutBuffer).
     size_t readoutBufferChunks() const;
+    // Threads that make the chunks of a run: 0 (the default) for one per core, at most
+    // kMaxReadoutThreads. The hits are the same with any number.
+    void setReadoutThreads(unsigned count);
+    unsigned readoutThreads() const;
+    // The hit source of the run-th data-driven run (0, 1, ...) on the present settings
+    // and HitRate; only while no measurement runs.
+    Tpx3HitSource hitSource(uint64_t run);
 
     // ov::IDevMpx: a data-driven measurement has its own store of data objects.
     int acqDataCount() override;
@@ -92,6 +100,7 @@ public:
     static constexpr uint8_t kMaxPulsePhase = 15;
     static constexpr uint32_t kMaxPulseCharge = 50000;
     static constexpr double kChunkSeconds = 0.01;
+    static constexpr unsigned kMaxReadoutThreads = 4;
 
 protected:
     bool hasPixelReadout() const override { return true; }
@@ -129,6 +138,7 @@ private:
     std::atomic<bool> m_pixelRun {false};
     std::atomic<uint64_t> m_generated {0};
     std::atomic<uint64_t> m_runSequence {0};
+    std::atomic<unsigned> m_readoutThreads {0};
 };
 
 } // namespace sim

@@ -99,6 +99,30 @@ private slots:
         QCOMPARE(dev->generatedHits(), uint64_t(hits.injected.size() + hits.particles.size()));
     }
 
+    void pulseHitsAreAlikeWithAnyNumberOfReadoutThreads()
+    {
+        std::vector<ov::Tpx3Hit> seen[2];
+        for (int i = 0; i < 2; ++i) {
+            auto dev = makeDevice();
+            dev->setReadoutThreads(i == 0 ? 1 : 3);
+            int result = 0;
+            // Pulses at the threshold: some test pixels see each one, and the draws
+            // decide which.
+            const double edge = dev->trueThresholdKeV(0) / sim::PhysicsModel::testPulseKeV(1.0);
+            seen[i] = runWithPulses(*dev, 0.05, 40, 1e-3, edge, &result).injected;
+            QCOMPARE(result, 0);
+        }
+        const size_t all = size_t(40) * 4 * 256;
+        QVERIFY2(seen[0].size() > 100 && seen[0].size() < all * 9 / 10,
+            qPrintable(QString::number(seen[0].size())));
+        QCOMPARE(seen[0].size(), seen[1].size());
+        for (size_t k = 0; k < seen[0].size(); ++k) {
+            const ov::Tpx3Hit& a = seen[0][k];
+            const ov::Tpx3Hit& b = seen[1][k];
+            QVERIFY(a.toa == b.toa && a.x == b.x && a.y == b.y && a.tot == b.tot);
+        }
+    }
+
     void pulsesBelowTheThresholdInjectNothing()
     {
         auto dev = makeDevice();
