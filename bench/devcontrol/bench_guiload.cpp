@@ -13,6 +13,8 @@
 #include "hostfixture.h"
 #include "timepixdevice.h"
 
+#include "../common/eventloop.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -46,32 +48,6 @@ double residentMiB()
             return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
     }
     return 0.0;
-}
-
-// Runs the GUI thread's event loop, as the application does, until done() holds (checked
-// every millisecond) or timeoutMs have passed; whether done() holds.
-bool runUntil(const std::function<bool()>& done, int timeoutMs)
-{
-    if (done())
-        return true;
-    QEventLoop loop;
-    QTimer poll;
-    poll.setInterval(1);
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (done())
-            loop.quit();
-    });
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    poll.start();
-    loop.exec();
-    return done();
-}
-
-void runFor(int ms)
-{
-    QElapsedTimer clock;
-    clock.start();
-    runUntil([&] { return clock.elapsed() >= ms; }, ms + 1000);
 }
 
 struct Session

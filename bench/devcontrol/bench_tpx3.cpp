@@ -23,6 +23,8 @@
 #include "timepix3device.h"
 #include "typeinto.h"
 
+#include "../common/eventloop.h"
+
 #include <benchmark/benchmark.h>
 
 #include <ctime>
@@ -65,30 +67,6 @@ struct Row
     double baselinePerCpuSecond = 0.0;
 };
 std::vector<Row> rows;
-
-bool runUntil(const std::function<bool()>& done, int timeoutMs)
-{
-    if (done())
-        return true;
-    QEventLoop loop;
-    QTimer poll;
-    poll.setInterval(1);
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (done())
-            loop.quit();
-    });
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    poll.start();
-    loop.exec();
-    return done();
-}
-
-void runFor(int ms)
-{
-    QElapsedTimer clock;
-    clock.start();
-    runUntil([&] { return clock.elapsed() >= ms; }, ms + 1000);
-}
 
 // CPU seconds of the calling thread, or of the whole process: on a machine shared with
 // other work the wall clock says what the run got, CPU time what it cost.

@@ -4,21 +4,13 @@
 // the picture; the file holds every hit of the run and the picture of the opened file
 // counts them all.
 #include "../devctrl/modaldriver.h"
-#include "devctrltpx3.h"
 #include "devviewmpxui.h"
-#include "devviewtpx3.h"
 #include "dlgsavedata.h"
-#include "hostfixture.h"
-#include "pnlmeasurementtpx3.h"
-#include "timepix3device.h"
 #include "tpx3hitfile.h"
-#include "typeinto.h"
+#include "tpx3simpage.h"
 #include "ui_dlgsavedata.h"
 
-#include <qmpxframe.h>
-
 #include <QTemporaryDir>
-#include <QToolButton>
 #include <QtTest>
 
 #include <algorithm>
@@ -52,18 +44,6 @@ std::vector<ov::Tpx3Hit> hitsOfRun(sim::Timepix3Device& chip)
     return all;
 }
 
-double pictureTotal(QMpxFrame* frame)
-{
-    const double* data = frame->image->getData();
-    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
-    if (!data || n != size_t(256 * 256))
-        return -1.0;
-    double sum = 0.0;
-    for (size_t i = 0; i < n; ++i)
-        sum += data[i];
-    return sum;
-}
-
 } // namespace
 
 class TstDevViewTpx3Save : public QObject
@@ -76,27 +56,14 @@ private slots:
     void pixelDataSavedAndOpenedAgain()
     {
         QTemporaryDir out;
-        HostFixture fixture;
-        ov::IDev* dev = fixture.connect(sim::makeDeviceDesc(ov::DevKindTpx3, 4721));
-        auto* chip = dynamic_cast<sim::Timepix3Device*>(dev);
-        QVERIFY(chip);
-        chip->setHitRate(1e6);
-        QVERIFY(fixture.start());
-        auto* view = qobject_cast<DevViewTpx3*>(fixture.window()->getView(dev));
-        QVERIFY(view);
-        fixture.window()->show();
-        DevCtrlTpx3* ctrl = view->familyController();
-        PnlMeasurementTpx3* panel = view->measurement();
-        auto* type = panel->findChild<QComboBox*>(QStringLiteral("cmAcqType"));
-        auto* time = panel->findChild<QLineEdit*>(QStringLiteral("edTime"));
-        auto* startStop = panel->findChild<QToolButton*>(QStringLiteral("btStartStop"));
-        QVERIFY(type && time && startStop);
-        chooseItem(type, 3);
-        typeInto(time, QStringLiteral("0.3"));
-        QTest::mouseClick(startStop, Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
-        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        Tpx3SimPage page;
+        QVERIFY(page.open(4721, 1e6));
+        DevViewTpx3* view = page.view;
+        DevCtrlTpx3* ctrl = page.ctrl;
+        sim::Timepix3Device* chip = page.chip;
+        page.choosePixels(QStringLiteral("0.3"));
+        QVERIFY(page.start());
+        QVERIFY(page.waitEnd());
         const std::vector<ov::Tpx3Hit> run = hitsOfRun(*chip);
         QVERIFY(run.size() > 10000);
         QCOMPARE(uint64_t(run.size()), chip->generatedHits());
@@ -141,15 +108,13 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(driver.done(), 10000);
         QCOMPARE(int(ctrl->loadedFileList().size()), 1);
         QCOMPARE(ctrl->acqFrameCount(), 1);
-        auto* frame = view->findChild<QMpxFrame*>();
-        QVERIFY(frame && frame->image);
-        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(run.size()), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(page.pictureTotal(), double(run.size()), 10000);
 
         // The pixel file itself dropped on the picture opens the same way.
         emit view->form().mpxFrame->dropFiles(QList<QString> {file});
         QCOMPARE(int(ctrl->loadedFileList().size()), 1);
         QCOMPARE(ctrl->loadedFileList().front().fileName, file.toStdString());
-        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(run.size()), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(page.pictureTotal(), double(run.size()), 10000);
     }
 };
 

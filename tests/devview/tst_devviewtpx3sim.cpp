@@ -1,16 +1,9 @@
 // The Timepix3 page on the simulated Timepix3, worked as a user would: choose "Pixels",
 // type the time of the run, press Start, watch the picture fill and the rate of hits,
 // and press Stop in the middle of a long run.
-#include "devctrltpx3.h"
-#include "devviewtpx3.h"
-#include "hostfixture.h"
 #include "pnlimageprops.h"
-#include "pnlmeasurementtpx3.h"
-#include "timepix3device.h"
-#include "typeinto.h"
+#include "tpx3simpage.h"
 #include "ui_pnlimageprops.h"
-
-#include <qmpxframe.h>
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -45,29 +38,6 @@ QLabel* labelStartingWith(QWidget* view, const QString& prefix)
     return nullptr;
 }
 
-// The largest count in the picture; -1 without one.
-double pictureMax(const QMpxFrame* frame)
-{
-    const double* data = frame->image->getData();
-    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
-    if (!data || n == 0)
-        return -1.0;
-    return *std::max_element(data, data + n);
-}
-
-// The sum of the counts in the picture of the 256 x 256 chip; -1 without one.
-double pictureTotal(const QMpxFrame* frame)
-{
-    const double* data = frame->image->getData();
-    const size_t n = size_t(frame->image->getDataWidth()) * frame->image->getDataHeight();
-    if (!data || n != size_t(256 * 256))
-        return -1.0;
-    double sum = 0.0;
-    for (size_t i = 0; i < n; ++i)
-        sum += data[i];
-    return sum;
-}
-
 } // namespace
 
 class TstDevViewTpx3Sim : public QObject
@@ -77,41 +47,26 @@ class TstDevViewTpx3Sim : public QObject
 private slots:
     void pixelsRunFillsThePictureAndShowsTheRate()
     {
-        HostFixture fixture;
-        ov::IDev* dev = fixture.connect(sim::makeDeviceDesc(ov::DevKindTpx3, 4711));
-        QVERIFY(dev);
-        auto* chip = dynamic_cast<sim::Timepix3Device*>(dev);
-        QVERIFY(chip);
-        chip->setHitRate(3e6);
-        QVERIFY(fixture.start());
-        auto* view = qobject_cast<DevViewTpx3*>(fixture.window()->getView(dev));
-        QVERIFY(view);
-        fixture.window()->show();
-        QVERIFY(QTest::qWaitForWindowExposed(fixture.window()));
-        PnlMeasurementTpx3* panel = view->measurement();
-        DevCtrlTpx3* ctrl = view->familyController();
-        QVERIFY(panel && ctrl);
-        auto* type = panel->findChild<QComboBox*>(QStringLiteral("cmAcqType"));
-        auto* time = panel->findChild<QLineEdit*>(QStringLiteral("edTime"));
-        auto* startStop = panel->findChild<QToolButton*>(QStringLiteral("btStartStop"));
-        QVERIFY(type && time && startStop);
-
+        Tpx3SimPage page;
+        QVERIFY(page.open(4711, 3e6));
+        auto* type = page.type;
+        auto* time = page.time;
+        auto* ctrl = page.ctrl;
+        auto* chip = page.chip;
         chooseItem(type, 3);
         QCOMPARE(type->currentText(), QStringLiteral("Pixels"));
         typeInto(time, QStringLiteral("0.8"));
         QElapsedTimer wall;
         wall.start();
-        QTest::mouseClick(startStop, Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
+        QVERIFY(page.start());
         QCOMPARE(ctrl->acqParamsTpx3().timeDataDriven, 0.8);
         QVERIFY(ctrl->isDataDriven());
         // The rate of hits appears while the run goes on.
         QLabel* rate = nullptr;
-        QTRY_VERIFY_WITH_TIMEOUT((rate = labelStartingWith(view, QStringLiteral("PPS: ")))
+        QTRY_VERIFY_WITH_TIMEOUT((rate = labelStartingWith(page.view, QStringLiteral("PPS: ")))
                 && labelNumber(rate, QStringLiteral("PPS: ")) > 0.0,
             20000);
-        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        QVERIFY(page.waitEnd());
         const double seconds = double(wall.elapsed()) / 1000.0;
         QCOMPARE(ctrl->lastAcqResult(), 0);
         QCOMPARE(chip->lostPixels(), uint64_t(0));
@@ -120,10 +75,8 @@ private slots:
         const uint64_t hits = chip->generatedHits();
         QVERIFY(hits > 0);
         QTRY_COMPARE_WITH_TIMEOUT(uint64_t(ctrl->pixelCount()), hits, 10000);
-        auto* frame = view->findChild<QMpxFrame*>();
-        QVERIFY(frame && frame->image);
         // The picture of the newest chunk may follow its count by a moment.
-        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(page.pictureTotal(), double(hits), 10000);
         // The rate shown is hits over the time since the start: never above what was
         // delivered in the time the run took at the least, never far below it.
         const double shown = labelNumber(rate, QStringLiteral("PPS: "));
@@ -133,21 +86,14 @@ private slots:
 
     void stopEndsALongRun()
     {
-        HostFixture fixture;
-        ov::IDev* dev = fixture.connect(sim::makeDeviceDesc(ov::DevKindTpx3, 4712));
-        QVERIFY(fixture.start());
-        auto* view = qobject_cast<DevViewTpx3*>(fixture.window()->getView(dev));
-        QVERIFY(view);
-        fixture.window()->show();
-        PnlMeasurementTpx3* panel = view->measurement();
-        DevCtrlTpx3* ctrl = view->familyController();
-        auto* type = panel->findChild<QComboBox*>(QStringLiteral("cmAcqType"));
-        auto* time = panel->findChild<QLineEdit*>(QStringLiteral("edTime"));
-        auto* startStop = panel->findChild<QToolButton*>(QStringLiteral("btStartStop"));
-        chooseItem(type, 3);
-        typeInto(time, QStringLiteral("60"));
-        QTest::mouseClick(startStop, Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
+        Tpx3SimPage page;
+        QVERIFY(page.open(4712, 2e6));
+        PnlMeasurementTpx3* panel = page.panel;
+        DevCtrlTpx3* ctrl = page.ctrl;
+        auto* type = page.type;
+        auto* startStop = page.startStop;
+        page.choosePixels(QStringLiteral("60"));
+        QVERIFY(page.start());
         QTest::qWait(300);
         QElapsedTimer clock;
         clock.start();
@@ -165,39 +111,26 @@ private slots:
     // Integral box and the time typed there change how the run's picture is made.
     void afterAPixelsRunTheFrameBoxAndTheTimeWindowShowTheRun()
     {
-        HostFixture fixture;
-        ov::IDev* dev = fixture.connect(sim::makeDeviceDesc(ov::DevKindTpx3, 4713));
-        auto* chip = dynamic_cast<sim::Timepix3Device*>(dev);
-        QVERIFY(chip);
-        chip->setHitRate(1e6);
-        QVERIFY(fixture.start());
-        auto* view = qobject_cast<DevViewTpx3*>(fixture.window()->getView(dev));
-        QVERIFY(view);
-        fixture.window()->show();
-        QVERIFY(QTest::qWaitForWindowExposed(fixture.window()));
-        PnlMeasurementTpx3* panel = view->measurement();
-        DevCtrlTpx3* ctrl = view->familyController();
+        Tpx3SimPage page;
+        QVERIFY(page.open(4713, 1e6));
+        DevViewTpx3* view = page.view;
+        DevCtrlTpx3* ctrl = page.ctrl;
+        auto* chip = page.chip;
+        auto* startStop = page.startStop;
         auto* props = view->findChild<PnlImageProps*>();
-        QVERIFY(panel && ctrl && props);
-        auto* type = panel->findChild<QComboBox*>(QStringLiteral("cmAcqType"));
-        auto* time = panel->findChild<QLineEdit*>(QStringLiteral("edTime"));
-        auto* startStop = panel->findChild<QToolButton*>(QStringLiteral("btStartStop"));
+        QVERIFY(props);
         QWidget* window = props->ui->wTimeWindows;
         QCheckBox* integral = props->ui->chbAll;
         QLineEdit* fade = props->ui->edTime;
         QSpinBox* frames = view->frameBox();
-        auto* frame = view->findChild<QMpxFrame*>();
 
-        chooseItem(type, 3);
-        typeInto(time, QStringLiteral("0.5"));
-        QTest::mouseClick(startStop, Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
-        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        page.choosePixels(QStringLiteral("0.5"));
+        QVERIFY(page.start());
+        QVERIFY(page.waitEnd());
         QTRY_COMPARE_WITH_TIMEOUT(startStop->text(), QString("Start"), 5000);
         const uint64_t hits = chip->generatedHits();
         QVERIFY(hits > 0);
-        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(page.pictureTotal(), double(hits), 10000);
 
         // Data objects but no frames: the box offers the first index, never -1.
         QVERIFY(ctrl->acqDataCount() > 0);
@@ -217,7 +150,7 @@ private slots:
         if (!props->ui->chbAutoRange->isChecked())
             clickCheckBox(props->ui->chbAutoRange);
         props->ui->cmAutorange->setCurrentIndex(PnlImageProps::AutoMinMax);
-        const double integralMax = pictureMax(frame);
+        const double integralMax = page.pictureMax();
         QCOMPARE(props->max(), integralMax);
 
         // Unticked, the picture holds the hits of the fade window; a window shorter than
@@ -228,13 +161,13 @@ private slots:
         QTest::keyClick(fade, Qt::Key_Return);
         QCOMPARE(last->fadeWindowSize(), 0.05);
         QCOMPARE(fade->text(), QString("0.05"));
-        QTRY_VERIFY_WITH_TIMEOUT(pictureTotal(frame) > 0.0, 5000);
-        const double windowTotal = pictureTotal(frame);
+        QTRY_VERIFY_WITH_TIMEOUT(page.pictureTotal() > 0.0, 5000);
+        const double windowTotal = page.pictureTotal();
         QVERIFY2(windowTotal < 0.5 * double(hits), qPrintable(QString::number(windowTotal)));
         // The automatic range follows the new picture, not the integral one before.
         QVERIFY(props->ui->chbAutoRange->isChecked());
         QCOMPARE(props->ui->cmAutorange->currentIndex(), int(PnlImageProps::AutoMinMax));
-        QCOMPARE(props->max(), pictureMax(frame));
+        QCOMPARE(props->max(), page.pictureMax());
         QVERIFY(props->max() < integralMax);
 
         // A time that does not read as one is not applied; the one in effect comes back.
@@ -250,12 +183,12 @@ private slots:
         typeInto(fade, QString());
         integral->setFocus();
         QCOMPARE(fade->text(), QString("0.05"));
-        QCOMPARE(pictureTotal(frame), windowTotal);
+        QCOMPARE(page.pictureTotal(), windowTotal);
 
         // Ticked again, every hit of the run is back.
         clickCheckBox(integral);
         QCOMPARE(last->frameType(), int(ov::Tpx3FrameIntegral));
-        QTRY_COMPARE_WITH_TIMEOUT(pictureTotal(frame), double(hits), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(page.pictureTotal(), double(hits), 5000);
         QCOMPARE(props->max(), integralMax);
 
         // Unticked once more, the next run starts with integral frames again (the
@@ -263,10 +196,8 @@ private slots:
         clickCheckBox(integral);
         QVERIFY(!integral->isChecked());
         QCOMPARE(last->frameType(), int(ov::Tpx3FrameFade));
-        QTest::mouseClick(startStop, Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(ctrl->isAcqRunning(), 5000);
-        QTRY_VERIFY_WITH_TIMEOUT(!ctrl->isAcqRunning(), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT(DevCtrlMpx::detachedThreadCount() == 0, 60000);
+        QVERIFY(page.start());
+        QVERIFY(page.waitEnd());
         ov::RefData<ov::ITpx3Pixels> next(ctrl->lastTpx3Pixels(), false);
         QVERIFY(next && next.get() != last.get());
         QCOMPARE(next->frameType(), int(ov::Tpx3FrameIntegral));

@@ -2,6 +2,7 @@
 // counting it as lost, frames of chunks equal to histograms of their hits, clusters,
 // pixel files written by a run, frame modes by operation mode, and its settings.
 #include "acqbytes.h"
+#include "chunkframe.h"
 
 #include <acqrecordreader.h>
 #include <deviceset.h>
@@ -99,15 +100,6 @@ std::vector<uint32_t> histogram(const std::vector<ov::Tpx3Hit>& hits, int w, int
     for (const ov::Tpx3Hit& hit : hits)
         ++out[size_t(hit.y) * size_t(w) + hit.x];
     return out;
-}
-
-std::vector<uint32_t> frameValues(ov::IData* d)
-{
-    const auto* f = static_cast<const sim::SimFrame*>(d->frameAt(0));
-    if (!f || f->dataType() != ov::FrameUInt32)
-        return {};
-    const uint32_t* p = f->pixels<uint32_t>();
-    return std::vector<uint32_t>(p, p + f->pixelCount());
 }
 
 } // namespace

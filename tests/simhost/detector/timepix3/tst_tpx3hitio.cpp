@@ -3,6 +3,7 @@
 // and the file opens again as one data object with the same hits and the same frame;
 // a damaged file opens as nothing, with a line in the log.
 #include "acqbytes.h"
+#include "chunkframe.h"
 
 #include <deviceset.h>
 #include <simdatamgr.h>
@@ -48,15 +49,6 @@ bool sameHits(const std::vector<ov::Tpx3Hit>& a, const std::vector<ov::Tpx3Hit>&
             a.begin(), a.end(), b.begin(), [](const ov::Tpx3Hit& x, const ov::Tpx3Hit& y) {
                 return !HitOrder()(x, y) && !HitOrder()(y, x);
             });
-}
-
-std::vector<uint32_t> frameValues(ov::IData* d)
-{
-    const auto* f = static_cast<const sim::SimFrame*>(d->frameAt(0));
-    if (!f || f->dataType() != ov::FrameUInt32)
-        return {};
-    const uint32_t* p = f->pixels<uint32_t>();
-    return std::vector<uint32_t>(p, p + f->pixelCount());
 }
 
 uint64_t total(const std::vector<uint32_t>& v)
