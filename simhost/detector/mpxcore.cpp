@@ -427,8 +427,10 @@ int MpxCore::doAdvancedAcquisition(
     std::unique_lock<std::mutex> busy(m_acqMutex, std::try_to_lock);
     if (!busy.owns_lock())
         return refuse(AcqErrBusy, "a measurement is already running on the device");
-    m_running.store(true);
+    // An abort from before this measurement is dropped; one that comes once it shows as
+    // running is kept.
     clearAbort();
+    m_running.store(true);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_lastRequest = request;

@@ -243,8 +243,10 @@ public:
           m_clusters(clusters),
           m_start(Clock::now())
     {
-        m_live = std::max(1u, producers);
-        for (unsigned i = 0; i < m_live; ++i)
+        // The count is set before the first producer starts; the producers count it down.
+        const unsigned count = std::max(1u, producers);
+        m_live = count;
+        for (unsigned i = 0; i < count; ++i)
             m_threads.emplace_back([this] { produce(); });
     }
 

@@ -279,7 +279,12 @@ private slots:
     void abortEndsTheRunEarly()
     {
         auto dev = makeDevice();
+        // The abort comes once the run is under way (an abort while nothing runs is
+        // not kept for the next measurement), however slowly the run starts.
         std::thread stopper([&] {
+            const auto give = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+            while (!dev->acquisitionRunning() && std::chrono::steady_clock::now() < give)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             dev->abortOperation();
         });
